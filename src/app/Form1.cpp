@@ -1,0 +1,199 @@
+#include "app/Form1.h"
+
+#include "app/GestionDonnee.h"
+#include "app/Startup.h"
+#include "platform/CommandRunner.h"
+#include "platform/GuiProgress.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QFileInfo>
+#include <QGroupBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenuBar>
+#include <QScreen>
+#include <QTableView>
+#include <QVBoxLayout>
+
+Form1::Form1(GestionDonnee& state, Services services, QWidget* parent)
+    : QMainWindow(parent), state_(state), services_(services) {
+    setObjectName(QStringLiteral("Form1"));
+    setWindowTitle(captions::designTime());
+    buildMenus();
+
+    frame_ = new QGroupBox(QStringLiteral("Liste des points XYZ"), this);
+    frame_->setObjectName(QStringLiteral("Frame1"));
+    auto* layout = new QVBoxLayout(frame_);
+
+    Grid = new QTableView(frame_);
+    Grid->setObjectName(QStringLiteral("Grid"));
+    Grid->setModel(&state_.Grid);
+    Grid->verticalHeader()->hide();
+    Grid->setSelectionBehavior(QAbstractItemView::SelectRows);
+    Grid->setSelectionMode(QAbstractItemView::SingleSelection);
+    Grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    Grid->horizontalHeader()->setHighlightSections(false);
+    Grid->verticalHeader()->setDefaultSectionSize(Grid->fontMetrics().height() + 4);
+    // The grid's current row follows the view's, in grid rows (header included).
+    connect(Grid->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex& current) {
+                if (!current.isValid())
+                    return;
+                state_.Grid.setRow(current.row() + state_.Grid.fixedRows());
+                state_.Grid.setCol(current.column());
+            });
+    connect(&state_.Grid, &QAbstractItemModel::modelReset, this, &Form1::syncGridView);
+    connect(&state_.Grid, &QAbstractItemModel::headerDataChanged, this, &Form1::syncGridView);
+    layout->addWidget(Grid);
+
+    // Nothing fills this list; it is kept hidden, with its double click
+    // wired to the modify command for when it is shown.
+    List1 = new QListWidget(frame_);
+    List1->setObjectName(QStringLiteral("List1"));
+    List1->setFont(QFont(QStringLiteral("Courier")));
+    List1->hide();
+    layout->addWidget(List1);
+
+    Label1 = new QLabel(captions::countLabelDesign(), frame_);
+    Label1->setObjectName(QStringLiteral("Label1"));
+    layout->addWidget(Label1);
+
+    setCentralWidget(frame_);
+    resize(560, 520);
+    syncGridView();
+}
+
+QAction* Form1::addItem(QMenu* menu, const char* name, const QString& caption,
+                        const QKeySequence& shortcut) {
+    QAction* action = menu->addAction(caption);
+    action->setObjectName(QString::fromLatin1(name));
+    if (!shortcut.isEmpty())
+        action->setShortcut(shortcut);
+    return action;
+}
+
+void Form1::buildMenus() {
+    QMenuBar* bar = menuBar();
+
+    QMenu* fich = bar->addMenu(QStringLiteral("Fichier"));
+    fich->setObjectName(QStringLiteral("fich"));
+    addItem(fich, "open", QStringLiteral("Ouvrir"), QKeySequence(QStringLiteral("Ctrl+O")));
+    fich->addSeparator();
+    addItem(fich, "save", QStringLiteral("Enregistrer"), QKeySequence(QStringLiteral("Ctrl+E")));
+    fich->addSeparator();
+    addItem(fich, "para", QStringLiteral("Paramètres de lecture\\Ecriture"),
+            QKeySequence(QStringLiteral("Ctrl+A")));
+    fich->addSeparator();
+    addItem(fich, "print", QStringLiteral("Imprimer"), QKeySequence(QStringLiteral("Ctrl+P")));
+    fich->addSeparator();
+    QAction* exitItem =
+        addItem(fich, "exit", QStringLiteral("Quitter"), QKeySequence(QStringLiteral("Ctrl+Q")));
+    connect(exitItem, &QAction::triggered, this, &Form1::QuitCommand);
+
+    QMenu* edit = bar->addMenu(QStringLiteral("Edition"));
+    edit->setObjectName(QStringLiteral("edit"));
+    addItem(edit, "ent_pt", QStringLiteral("Entrer un point"),
+            QKeySequence(QStringLiteral("Ctrl+N")));
+    addItem(edit, "mod_pt", QStringLiteral("Modifier le point"),
+            QKeySequence(QStringLiteral("Ctrl+M")));
+    addItem(edit, "sup_pt", QStringLiteral("Supprimer le point"),
+            QKeySequence(QStringLiteral("Ctrl+S")));
+    addItem(edit, "rech", QStringLiteral("Rechercher"), QKeySequence(QStringLiteral("Ctrl+R")));
+    edit->addSeparator();
+    addItem(edit, "MnuImmatriculation", QStringLiteral("Immatriculation"));
+
+    // These two menu titles are commands themselves.
+    QAction* view = bar->addAction(QStringLiteral("Visualisation"));
+    view->setObjectName(QStringLiteral("view"));
+    QAction* format = bar->addAction(QStringLiteral("Format des données"));
+    format->setObjectName(QStringLiteral("Mnu_Format"));
+
+    QMenu* what = bar->addMenu(QStringLiteral("?"));
+    what->setObjectName(QStringLiteral("what"));
+    addItem(what, "help", QStringLiteral("Aide"), QKeySequence(Qt::Key_F1));
+    what->addSeparator();
+    QMenu* internet = what->addMenu(QStringLiteral("Internet"));
+    internet->setObjectName(QStringLiteral("mnu_Internet"));
+    internet->menuAction()->setObjectName(QStringLiteral("mnu_Internet"));
+    addItem(internet, "mnu_Internet_Maj", QStringLiteral("Mise à jour"));
+    internet->addSeparator();
+    addItem(internet, "EnvMail", QStringLiteral("Envoyer un mail à l'auteur"));
+    internet->addSeparator();
+    addItem(internet, "mnu_lien_site", QStringLiteral("Visiter le site internet"));
+    what->addSeparator();
+    addItem(what, "apropos", QStringLiteral("A propos de..."));
+}
+
+void Form1::LoadMainWindow(const QString& programFolder) {
+    run([&] { ::LoadMainWindow(state_, services_.settings, services_.messages, programFolder); });
+    applyColumnWidths();
+}
+
+void Form1::OpenFiles(const QStringList& fileNames) {
+    for (const QString& fileName : fileNames) {
+        run([&] {
+            platform::GuiProgress progress([this](const QString& text) { setCaption(text); });
+            OpenFile(state_, *this, progress, fileName, FileFormat::Xyz);
+        });
+    }
+}
+
+void Form1::QuitCommand() {
+    close();
+}
+
+void Form1::closeEvent(QCloseEvent* event) {
+    if (busy_) {
+        // A file is being read or written: closing now would lose it.
+        event->ignore();
+        return;
+    }
+    if (!closing_) {
+        closing_ = true;
+        run([&] { CloseMainWindow(state_, services_.messages, [] {}); });
+    }
+    // Every other window goes with the main one.
+    for (QWidget* window : QApplication::topLevelWidgets()) {
+        if (window != this && window->isVisible())
+            window->close();
+    }
+    event->accept();
+}
+
+void Form1::setCaption(const QString& caption) {
+    setWindowTitle(caption);
+}
+
+void Form1::setCountLabel(const QString& text) {
+    Label1->setText(text);
+}
+
+void Form1::run(const std::function<void()>& command) {
+    // Commands pump events while they work; keep the menu from starting a
+    // second one inside the first.
+    const bool wasBusy = busy_;
+    busy_ = true;
+    menuBar()->setEnabled(false);
+    platform::RunCommand(services_.messages, command);
+    busy_ = wasBusy;
+    menuBar()->setEnabled(!busy_);
+}
+
+void Form1::syncGridView() {
+    // With a fixed row the header row is the view's header; without one it
+    // scrolls with the points as an ordinary row.
+    Grid->horizontalHeader()->setVisible(state_.Grid.fixedRows() == 1);
+    applyColumnWidths();
+}
+
+void Form1::applyColumnWidths() {
+    // Widths are kept in twips (1/1440 inch).
+    const double dpi = logicalDpiX();
+    for (int col = 0; col < state_.Grid.cols(); ++col) {
+        const int twips = state_.Grid.colWidth(col);
+        if (twips > 0)
+            Grid->setColumnWidth(col, qRound(twips * dpi / 1440.0));
+    }
+}

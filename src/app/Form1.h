@@ -1,0 +1,64 @@
+#pragma once
+
+#include "app/FileCommands.h"
+
+#include <QMainWindow>
+
+class GestionDonnee;
+class QAction;
+class QGroupBox;
+class QLabel;
+class QListWidget;
+class QTableView;
+namespace platform {
+class MessageBoxService;
+class InputBoxService;
+class SettingsStore;
+} // namespace platform
+
+// The services a window needs from the platform: boxes and settings.
+struct Services {
+    platform::MessageBoxService& messages;
+    platform::InputBoxService& input;
+    platform::SettingsStore& settings;
+};
+
+// The main window: the menu, the point list and its count label. Its slots
+// only call the commands; the commands hold the logic.
+class Form1 : public QMainWindow, public MainWindowSurface {
+    Q_OBJECT
+public:
+    Form1(GestionDonnee& state, Services services, QWidget* parent = nullptr);
+
+    // Start-up steps: settings, the list's header, the mail settings file.
+    void LoadMainWindow(const QString& programFolder);
+    // Reads files as the open command adds them (XYZ).
+    void OpenFiles(const QStringList& fileNames);
+    void QuitCommand();
+
+    // MainWindowSurface
+    void setCaption(const QString& caption) override;
+    void setCountLabel(const QString& text) override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void buildMenus();
+    QAction* addItem(QMenu* menu, const char* name, const QString& caption,
+                     const QKeySequence& shortcut = QKeySequence());
+    // Runs a command with the error report, the window kept from taking other
+    // commands while it runs.
+    void run(const std::function<void()>& command);
+    void syncGridView();
+    void applyColumnWidths();
+
+    GestionDonnee& state_;
+    Services services_;
+    QGroupBox* frame_ = nullptr;
+    QTableView* Grid = nullptr;
+    QListWidget* List1 = nullptr;
+    QLabel* Label1 = nullptr;
+    bool busy_ = false;
+    bool closing_ = false;
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+namespace platform {
+
+enum class MsgButtons { Ok, YesNo, YesNoCancel };
+enum class MsgIcon { None, Critical, Information, Question };
+enum class MsgAnswer { Ok, Yes, No, Cancel };
+
+// The message box service. A box with an empty title is titled "Tovalin".
+class MessageBoxService {
+public:
+    virtual ~MessageBoxService() = default;
+    virtual MsgAnswer show(const QString& prompt, MsgButtons buttons, MsgIcon icon,
+                           const QString& title = QString()) = 0;
+};
+
+// The text input box: "OK" returns the text, "Annuler" and the close box "".
+class InputBoxService {
+public:
+    virtual ~InputBoxService() = default;
+    virtual QString ask(const QString& prompt, const QString& title,
+                        const QString& defaultReply) = 0;
+};
+
+// The title every box without a title of its own gets.
+QString DefaultBoxTitle();
+
+} // namespace platform

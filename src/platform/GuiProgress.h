@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/Progress.h"
+
+#include <QElapsedTimer>
+#include <functional>
+
+namespace platform {
+
+// Progress on screen: the newest caption is shown and pending events are
+// processed about every 30 ms, so long loops neither freeze the window nor
+// spend their time repainting. The last caption is shown when it ends.
+class GuiProgress : public Progress {
+public:
+    explicit GuiProgress(std::function<void(const QString&)> showCaption);
+    ~GuiProgress() override;
+
+    void setCaption(const QString& caption) override;
+    void tick() override;
+
+    // The longest time seen between two event batches, in milliseconds.
+    qint64 longestGapMs() const { return longestGap_; }
+
+private:
+    void pump();
+
+    std::function<void(const QString&)> showCaption_;
+    QString pendingCaption_;
+    bool captionPending_ = false;
+    QElapsedTimer sincePump_;
+    qint64 longestGap_ = 0;
+    unsigned ticks_ = 0;
+};
+
+} // namespace platform

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+
+namespace platform {
+
+// Progress of a long loop over the points. Implementations throttle: the
+// caption may be set for every point, the screen is repainted and pending
+// events processed about every 30 ms.
+class Progress {
+public:
+    virtual ~Progress() = default;
+    virtual void setCaption(const QString& caption) = 0;
+    // Called once per item; cheap.
+    virtual void tick() = 0;
+};
+
+// Does nothing: commands run without a window.
+class NoProgress : public Progress {
+public:
+    void setCaption(const QString&) override {}
+    void tick() override {}
+};
+
+} // namespace platform

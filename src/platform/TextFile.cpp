@@ -1,0 +1,345 @@
+#include "platform/TextFile.h"
+
+#include "platform/NumberText.h"
+#include "platform/RuntimeError.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+// Windows-1252 bytes 0x80..0x9F; the five bytes it leaves undefined keep
+// their C1 control character so that they survive a read and write.
+constexpr char16_t kHighControls[32] = {
+    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
+};
+
+constexpr std::array<char16_t, 256> makeDecodeTable() {
+    std::array<char16_t, 256> table{};
+    for (int i = 0; i < 256; ++i)
+        table[i] = (i >= 0x80 && i < 0xA0) ? kHighControls[i - 0x80] : char16_t(i);
+    return table;
+}
+
+constexpr std::array<char16_t, 256> kDecode = makeDecodeTable();
+
+// The byte of one UTF-16 unit, or -1 when Windows-1252 has no such character.
+inline int encodeUnit(char16_t c) {
+    if (c < 0x80 || (c >= 0xA0 && c <= 0xFF))
+        return c;
+    // Rare in the program's files: a scan of the 32 entries is enough.
+    for (int i = 0; i < 32; ++i) {
+        if (kHighControls[i] == c)
+            return 0x80 + i;
+    }
+    return -1;
+}
+
+// Writes the bytes of text at out (room for text.size() bytes); returns the
+// count written, which is smaller when surrogate pairs were met.
+qsizetype encodeInto(QStringView text, char* out) {
+    const char16_t* src = text.utf16();
+    const qsizetype n = text.size();
+    char* start = out;
+    for (qsizetype i = 0; i < n; ++i) {
+        const char16_t c = src[i];
+        const int byte = encodeUnit(c);
+        if (byte >= 0) {
+            *out++ = static_cast<char>(byte);
+            continue;
+        }
+        // One character outside the code page is one '?', even when UTF-16
+        // needs two units for it.
+        if (QChar::isHighSurrogate(c) && i + 1 < n && QChar::isLowSurrogate(src[i + 1]))
+            ++i;
+        *out++ = '?';
+    }
+    return out - start;
+}
+
+inline void decodeInto(const char* bytes, qsizetype n, QChar* out) {
+    const auto* src = reinterpret_cast<const unsigned char*>(bytes);
+    for (qsizetype i = 0; i < n; ++i)
+        out[i] = QChar(kDecode[src[i]]);
+}
+
+inline QString decodeRange(const char* bytes, qsizetype n) {
+    QString text(n, Qt::Uninitialized);
+    decodeInto(bytes, n, text.data());
+    return text;
+}
+
+// The run-time error for a failed open: the folder missing is told apart from
+// the file missing, as the program's messages do.
+int openErrorNumber(int error, const QString& fileName) {
+    switch (error) {
+    case ENOENT:
+        return QFileInfo(fileName).absoluteDir().exists() ? RuntimeError::FileNotFound
+                                                          : RuntimeError::PathNotFound;
+    case ENOTDIR:
+        return RuntimeError::PathNotFound;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+    case ETXTBSY:
+        return RuntimeError::PermissionDenied;
+    default:
+        return RuntimeError::PathFileAccess;
+    }
+}
+
+// Opens with the system call itself so that the reason of a failure (errno) is
+// known exactly; QFile takes the descriptor over.
+void openFile(QFile& file, const QString& fileName, bool forWriting) {
+    if (fileName.isEmpty())
+        throw RuntimeError(RuntimeError::PathFileAccess);
+    const QByteArray path = QFile::encodeName(fileName);
+    const int flags =
+        forWriting ? (O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC) : (O_RDONLY | O_CLOEXEC);
+    int fd;
+    do {
+        fd = ::open(path.constData(), flags, 0666);
+    } while (fd < 0 && errno == EINTR);
+    if (fd < 0)
+        throw RuntimeError(openErrorNumber(errno, fileName));
+    struct stat info;
+    if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
+        ::close(fd);
+        throw RuntimeError(RuntimeError::PathFileAccess);
+    }
+    const QIODevice::OpenMode mode =
+        forWriting ? (QIODevice::WriteOnly | QIODevice::Unbuffered) : QIODevice::ReadOnly;
+    if (!file.open(fd, mode, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        throw RuntimeError(RuntimeError::PathFileAccess);
+    }
+}
+
+QByteArray readWholeFile(const QString& fileName) {
+    QFile file;
+    openFile(file, fileName, false);
+    QByteArray data = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        throw RuntimeError(RuntimeError::DeviceIo);
+    return data;
+}
+
+inline bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// True when the bytes are a number written the invariant way: optional sign,
+// digits, optionally '.' and digits, optional exponent with digits.
+bool isInvariantNumber(const char* s, qsizetype n) {
+    qsizetype i = 0;
+    if (i < n && (s[i] == '+' || s[i] == '-'))
+        ++i;
+    const qsizetype intStart = i;
+    while (i < n && isDigit(s[i]))
+        ++i;
+    if (i == intStart)
+        return false;
+    if (i < n && s[i] == '.') {
+        const qsizetype fracStart = ++i;
+        while (i < n && isDigit(s[i]))
+            ++i;
+        if (i == fracStart)
+            return false;
+    }
+    if (i < n && (s[i] == 'E' || s[i] == 'e')) {
+        ++i;
+        if (i < n && (s[i] == '+' || s[i] == '-'))
+            ++i;
+        const qsizetype expStart = i;
+        while (i < n && isDigit(s[i]))
+            ++i;
+        if (i == expStart)
+            return false;
+    }
+    return i == n;
+}
+
+constexpr qsizetype kWriteBufferSize = 1 << 20;
+
+} // namespace
+
+QString DecodeCp1252(QByteArrayView bytes) {
+    return decodeRange(bytes.data(), bytes.size());
+}
+
+QByteArray EncodeCp1252(QStringView text) {
+    QByteArray bytes(text.size(), Qt::Uninitialized);
+    bytes.truncate(encodeInto(text, bytes.data()));
+    return bytes;
+}
+
+// ---------------------------------------------------------------------------
+
+LineReader::LineReader(const QString& fileName) : data_(readWholeFile(fileName)) {}
+
+QString LineReader::readLine() {
+    if (atEnd())
+        throw RuntimeError(RuntimeError::InputPastEnd);
+    const char* begin = data_.constData() + pos_;
+    const qsizetype left = data_.size() - pos_;
+    const void* cr = std::memchr(begin, '\r', static_cast<size_t>(left));
+    const qsizetype length = cr ? static_cast<const char*>(cr) - begin : left;
+    QString line = decodeRange(begin, length);
+    pos_ += length;
+    if (pos_ < data_.size()) {
+        ++pos_; // the CR
+        if (pos_ < data_.size() && data_.at(pos_) == '\n')
+            ++pos_;
+    }
+    return line;
+}
+
+// ---------------------------------------------------------------------------
+
+struct LineWriter::Impl {
+    QFile file;
+    QByteArray buffer;
+    bool closed = false;
+};
+
+LineWriter::LineWriter(const QString& fileName) : impl_(new Impl) {
+    try {
+        openFile(impl_->file, fileName, true);
+    } catch (...) {
+        delete impl_;
+        throw;
+    }
+    impl_->buffer.reserve(kWriteBufferSize + 4096);
+}
+
+LineWriter::~LineWriter() {
+    try {
+        if (!impl_->closed)
+            close();
+    } catch (...) {
+        // Nowhere to report it from a destructor; close() is the checked way.
+    }
+    delete impl_;
+}
+
+void LineWriter::writeLine(QStringView text) {
+    if (impl_->closed)
+        throw RuntimeError(RuntimeError::BadFileName);
+    QByteArray& buffer = impl_->buffer;
+    const qsizetype used = buffer.size();
+    buffer.resize(used + text.size() + 2);
+    char* out = buffer.data() + used;
+    const qsizetype written = encodeInto(text, out);
+    out[written] = '\r';
+    out[written + 1] = '\n';
+    buffer.resize(used + written + 2);
+    if (buffer.size() >= kWriteBufferSize)
+        flush();
+}
+
+void LineWriter::close() {
+    if (impl_->closed)
+        return;
+    // Closed even when the last block fails, so the destructor does not retry.
+    impl_->closed = true;
+    try {
+        flush();
+    } catch (...) {
+        impl_->file.close();
+        throw;
+    }
+    impl_->file.close();
+}
+
+void LineWriter::flush() {
+    QByteArray& buffer = impl_->buffer;
+    if (buffer.isEmpty())
+        return;
+    errno = 0;
+    const qint64 written = impl_->file.write(buffer);
+    const int error = errno;
+    if (written != buffer.size()) {
+        buffer.clear();
+        const bool full = impl_->file.error() == QFileDevice::ResourceError || error == ENOSPC;
+        throw RuntimeError(full ? RuntimeError::DiskFull : RuntimeError::DeviceIo);
+    }
+    buffer.resize(0); // keeps the capacity for the next block
+}
+
+// ---------------------------------------------------------------------------
+
+QString Field::text() const {
+    if (const double* number = std::get_if<double>(&value_))
+        return DefaultText(*number);
+    return std::get<QString>(value_);
+}
+
+FieldReader::FieldReader(const QString& fileName) : data_(readWholeFile(fileName)) {}
+
+Field FieldReader::readField() {
+    if (atEnd())
+        throw RuntimeError(RuntimeError::InputPastEnd);
+    const char* d = data_.constData();
+    const qsizetype n = data_.size();
+    qsizetype i = pos_;
+    while (i < n && (d[i] == ' ' || d[i] == '\t'))
+        ++i;
+
+    auto isLineEnd = [](char c) { return c == '\r' || c == '\n'; };
+    Field field;
+    if (i < n && d[i] == '"') {
+        const qsizetype start = ++i;
+        const void* quote = std::memchr(d + start, '"', static_cast<size_t>(n - start));
+        const qsizetype end = quote ? static_cast<const char*>(quote) - d : n;
+        field = Field(decodeRange(d + start, end - start));
+        i = quote ? end + 1 : n;
+        // Whatever follows the closing quote up to the delimiter is dropped.
+        while (i < n && d[i] != ',' && !isLineEnd(d[i]))
+            ++i;
+    } else {
+        const qsizetype start = i;
+        while (i < n && d[i] != ',' && !isLineEnd(d[i]))
+            ++i;
+        qsizetype end = i;
+        while (end > start && d[end - 1] == ' ')
+            --end;
+        const qsizetype length = end - start;
+        QString text = decodeRange(d + start, length);
+        if (isInvariantNumber(d + start, length)) {
+            try {
+                field = Field(Val(text));
+            } catch (const RuntimeError&) {
+                field = Field(std::move(text)); // beyond the double range: stays a text
+            }
+        } else {
+            field = Field(std::move(text));
+        }
+    }
+
+    // Consume the delimiter: a comma, or one line end (CR LF counts as one).
+    // A comma leaves the line end after it for the next (empty) field.
+    if (i < n) {
+        if (d[i] == ',' || d[i] == '\n') {
+            ++i;
+        } else if (d[i] == '\r') {
+            ++i;
+            if (i < n && d[i] == '\n')
+                ++i;
+        }
+    }
+    pos_ = i;
+    return field;
+}
+
+} // namespace platform
