@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/MainWindowSurface.h"
+
 #include <QString>
 #include <functional>
 
@@ -9,20 +11,6 @@ class MessageBoxService;
 class Progress;
 } // namespace platform
 
-// What the file commands change on the main window: its caption and the
-// point count label. The window implements it; without a window nothing shows.
-class MainWindowSurface {
-public:
-    virtual ~MainWindowSurface() = default;
-    virtual void setCaption(const QString& caption) = 0;
-    virtual void setCountLabel(const QString& text) = 0;
-};
-
-class NoWindowSurface : public MainWindowSurface {
-public:
-    void setCaption(const QString&) override {}
-    void setCountLabel(const QString&) override {}
-};
 
 enum class FileFormat { Xyz, Dxf };
 

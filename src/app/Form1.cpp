@@ -168,6 +168,15 @@ void Form1::setCaption(const QString& caption) {
 
 void Form1::setCountLabel(const QString& text) {
     Label1->setText(text);
+    // Shown at once: long loops set it between their event batches.
+    Label1->repaint();
+}
+
+void Form1::setWaitCursor(bool waiting) {
+    if (waiting)
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+    else
+        QApplication::restoreOverrideCursor();
 }
 
 void Form1::run(const std::function<void()>& command) {

@@ -39,6 +39,7 @@ public:
     // MainWindowSurface
     void setCaption(const QString& caption) override;
     void setCountLabel(const QString& text) override;
+    void setWaitCursor(bool waiting) override;
 
 protected:
     void closeEvent(QCloseEvent* event) override;

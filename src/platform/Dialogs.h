@@ -24,6 +24,23 @@ public:
                         const QString& defaultReply) = 0;
 };
 
+// The common file dialog. Like the dialog control it stands for, it keeps
+// its filter index from one use to the next (1 at first); a cancelled dialog
+// returns the name it was given and the index it had.
+struct FileDialogResult {
+    QString fileName;  // full name
+    QString fileTitle; // name without folder
+    int filterIndex = 1;
+};
+
+class FileDialogService {
+public:
+    virtual ~FileDialogService() = default;
+    // filter: "description|pattern|description|pattern..."
+    virtual FileDialogResult showOpen(const QString& initialName, const QString& filter) = 0;
+    virtual FileDialogResult showSave(const QString& initialName, const QString& filter) = 0;
+};
+
 // The title every box without a title of its own gets.
 QString DefaultBoxTitle();
 

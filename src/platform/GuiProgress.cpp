@@ -15,9 +15,12 @@ GuiProgress::GuiProgress(std::function<void(const QString&)> showCaption)
     sincePump_.start();
 }
 
-GuiProgress::~GuiProgress() {
+GuiProgress::~GuiProgress() = default;
+
+void GuiProgress::flush() {
     if (captionPending_ && showCaption_)
         showCaption_(pendingCaption_);
+    captionPending_ = false;
 }
 
 void GuiProgress::setCaption(const QString& caption) {

@@ -9,7 +9,8 @@ namespace platform {
 
 // Progress on screen: the newest caption is shown and pending events are
 // processed about every 30 ms, so long loops neither freeze the window nor
-// spend their time repainting. The last caption is shown when it ends.
+// spend their time repainting. The caller shows its own final caption, or
+// calls flush() to show the newest one.
 class GuiProgress : public Progress {
 public:
     explicit GuiProgress(std::function<void(const QString&)> showCaption);
@@ -17,6 +18,7 @@ public:
 
     void setCaption(const QString& caption) override;
     void tick() override;
+    void flush() override;
 
     // The longest time seen between two event batches, in milliseconds.
     qint64 longestGapMs() const { return longestGap_; }

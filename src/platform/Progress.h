@@ -13,6 +13,9 @@ public:
     virtual void setCaption(const QString& caption) = 0;
     // Called once per item; cheap.
     virtual void tick() = 0;
+    // Shows the newest caption now (before an error box, so the caption
+    // the user sees is the last one set).
+    virtual void flush() {}
 };
 
 // Does nothing: commands run without a window.
