@@ -1,12 +1,13 @@
 #include "app/FileCommands.h"
 
+#include "app/CommandContext.h"
 #include "app/GestionDonnee.h"
+#include "formats/DxfReader.h"
+#include "formats/DxfWriter.h"
 #include "formats/XyzReader.h"
+#include "formats/XyzWriter.h"
 #include "platform/Dialogs.h"
 #include "platform/Progress.h"
-#include "platform/RuntimeError.h"
-
-#include <QFileInfo>
 
 using namespace platform;
 
@@ -15,24 +16,68 @@ QString BaseNameOf(const QString& title) {
     return dot < 0 ? QString() : title.left(dot);
 }
 
-void OpenFile(GestionDonnee& state, MainWindowSurface& window, Progress& progress,
-              const QString& fileName, FileFormat format) {
-    window.setCaption(captions::loading());
+void OpenFile(CommandContext& context, const QString& fileName, const QString& fileTitle,
+              FileFormat format) {
+    GestionDonnee& state = context.state;
+    context.window.setCaption(captions::loading());
     if (format == FileFormat::Xyz)
-        ReadXyzFile(state, fileName, progress);
+        ReadXyzFile(state, fileName, context.progress);
     else
-        throw RuntimeError(RuntimeError::BadFileName); // DXF reading comes with the DXF reader
+        ReadDxfFile(context, fileName);
 
     // The header row is fixed only when the grid has rows now; the list is
     // rebuilt only at the end, so after reading into an empty list the header
     // scrolls with the points. Kept in this order.
     state.Grid.setFixedRows(state.Grid.rows() > 1 ? 1 : 0);
     state.CurrentFileName = fileName;
-    state.CurrentBaseName = BaseNameOf(QFileInfo(fileName).fileName());
-    window.setCaption(captions::afterOpen());
+    state.CurrentBaseName = BaseNameOf(fileTitle);
+    context.window.setCaption(captions::afterOpen());
     // One less than the points in the store, as the label has always shown.
-    window.setCountLabel(GestionDonnee::PointCountLabel(state.PointCount - 1));
+    context.window.setCountLabel(GestionDonnee::PointCountLabel(state.PointCount - 1));
     state.RefreshPointList();
+}
+
+FileFormat FormatOfName(const QString& fileName) {
+    return fileName.endsWith(QStringLiteral(".dxf"), Qt::CaseInsensitive) ? FileFormat::Dxf
+                                                                          : FileFormat::Xyz;
+}
+
+void OpenCommand(CommandContext& context) {
+    GestionDonnee& state = context.state;
+    if (state.Grid.rows() > 1) {
+        const MsgAnswer answer = context.messages.show(
+            QStringLiteral("Voulez vous ajouter le fichier à ouvrir ?"), MsgButtons::YesNoCancel,
+            MsgIcon::None, QStringLiteral("Ajout de fichier"));
+        if (answer == MsgAnswer::Cancel)
+            return;
+        // Not adding only empties the list on screen: the store keeps its
+        // points, which come back at the refresh; what changes is that
+        // automatic numbering starts again from its first number.
+        if (answer == MsgAnswer::No)
+            state.Grid.setRows(1);
+    }
+    // A cancelled dialog is not tested for: its empty name fails to open and
+    // that error is what the user sees.
+    const FileDialogResult chosen = context.files.showOpen(QString(), filters::open());
+    if (chosen.filterIndex == 1)
+        OpenFile(context, chosen.fileName, chosen.fileTitle, FileFormat::Xyz);
+    else if (chosen.filterIndex == 2)
+        OpenFile(context, chosen.fileName, chosen.fileTitle, FileFormat::Dxf);
+}
+
+void SaveCommand(CommandContext& context) {
+    GestionDonnee& state = context.state;
+    if (state.Grid.rows() == 1)
+        return;
+    const FileDialogResult chosen = context.files.showSave(state.CurrentBaseName, filters::save());
+    if (chosen.filterIndex == 1)
+        WriteXyzFile(context, chosen.fileName);
+    else if (chosen.filterIndex == 2)
+        WriteDxfFile(context, chosen.fileName);
+    // Every save counts as a change, so quitting asks again; users rely on
+    // that question as a last chance.
+    state.DataModified = true;
+    state.CurrentFileName = chosen.fileName;
 }
 
 void CloseMainWindow(GestionDonnee& state, MessageBoxService& messages,

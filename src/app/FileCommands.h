@@ -6,11 +6,10 @@
 #include <functional>
 
 class GestionDonnee;
+struct CommandContext;
 namespace platform {
 class MessageBoxService;
-class Progress;
 } // namespace platform
-
 
 enum class FileFormat { Xyz, Dxf };
 
@@ -34,11 +33,32 @@ inline QString countLabelDesign() {
 // The text before the first "." of a file title; "" when it has none.
 QString BaseNameOf(const QString& title);
 
+// The dialog filters of the two commands; the format follows the filter
+// chosen, never the file's extension.
+namespace filters {
+inline QString open() {
+    return QStringLiteral("Fichier de points XYZ [*.*]|*.*|Fichier d'échange DXF [*.dxf]|*.dxf");
+}
+inline QString save() {
+    return QStringLiteral(
+        "Fichier de points XYZ [*.xyz]|*.xyz|Fichier d'échange DXF [*.dxf]|*.dxf");
+}
+} // namespace filters
+
+// "Ouvrir": asks whether to add to the points shown, lets the user choose a
+// file and reads it as the chosen filter says.
+void OpenCommand(CommandContext& context);
+// "Enregistrer": writes the store as the chosen filter says.
+void SaveCommand(CommandContext& context);
+
 // Reads one file into the store as the open command does once the file is
 // chosen: the loading caption, the reader, the fixed header row, the current
 // names, the caption and count label, the list rebuilt.
-void OpenFile(GestionDonnee& state, MainWindowSurface& window, platform::Progress& progress,
-              const QString& fileName, FileFormat format);
+void OpenFile(CommandContext& context, const QString& fileName, const QString& fileTitle,
+              FileFormat format);
+// The format of a file named outside the dialog: DXF for a name ending in
+// ".dxf" (any case), else XYZ.
+FileFormat FormatOfName(const QString& fileName);
 
 // Closing: when the data were changed, asks whether to save (Yes runs the
 // save command); Cancel does not stop the closing.

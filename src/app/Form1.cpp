@@ -79,9 +79,13 @@ void Form1::buildMenus() {
 
     QMenu* fich = bar->addMenu(QStringLiteral("Fichier"));
     fich->setObjectName(QStringLiteral("fich"));
-    addItem(fich, "open", QStringLiteral("Ouvrir"), QKeySequence(QStringLiteral("Ctrl+O")));
+    QAction* openItem =
+        addItem(fich, "open", QStringLiteral("Ouvrir"), QKeySequence(QStringLiteral("Ctrl+O")));
+    connect(openItem, &QAction::triggered, this, &Form1::OpenCommand);
     fich->addSeparator();
-    addItem(fich, "save", QStringLiteral("Enregistrer"), QKeySequence(QStringLiteral("Ctrl+E")));
+    QAction* saveItem = addItem(fich, "save", QStringLiteral("Enregistrer"),
+                                QKeySequence(QStringLiteral("Ctrl+E")));
+    connect(saveItem, &QAction::triggered, this, &Form1::SaveCommand);
     fich->addSeparator();
     addItem(fich, "para", QStringLiteral("Paramètres de lecture\\Ecriture"),
             QKeySequence(QStringLiteral("Ctrl+A")));
@@ -133,11 +137,28 @@ void Form1::LoadMainWindow(const QString& programFolder) {
 
 void Form1::OpenFiles(const QStringList& fileNames) {
     for (const QString& fileName : fileNames) {
-        run([&] {
-            platform::GuiProgress progress([this](const QString& text) { setCaption(text); });
-            OpenFile(state_, *this, progress, fileName, FileFormat::Xyz);
+        runWithContext([&](CommandContext& context) {
+            OpenFile(context, fileName, QFileInfo(fileName).fileName(), FormatOfName(fileName));
         });
     }
+}
+
+void Form1::OpenCommand() {
+    runWithContext([](CommandContext& context) { ::OpenCommand(context); });
+}
+
+void Form1::SaveCommand() {
+    runWithContext([](CommandContext& context) { ::SaveCommand(context); });
+}
+
+void Form1::runWithContext(const std::function<void(CommandContext&)>& command) {
+    run([&] {
+        platform::GuiProgress progress([this](const QString& text) { setCountLabel(text); });
+        CommandContext context{state_,          services_.messages, services_.input,
+                               services_.files, services_.settings, *this,
+                               progress};
+        command(context);
+    });
 }
 
 void Form1::QuitCommand() {
@@ -152,7 +173,7 @@ void Form1::closeEvent(QCloseEvent* event) {
     }
     if (!closing_) {
         closing_ = true;
-        run([&] { CloseMainWindow(state_, services_.messages, [] {}); });
+        run([&] { CloseMainWindow(state_, services_.messages, [this] { SaveCommand(); }); });
     }
     // Every other window goes with the main one.
     for (QWidget* window : QApplication::topLevelWidgets()) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/CommandContext.h"
 #include "app/FileCommands.h"
 
 #include <QMainWindow>
@@ -13,6 +14,7 @@ class QTableView;
 namespace platform {
 class MessageBoxService;
 class InputBoxService;
+class FileDialogService;
 class SettingsStore;
 } // namespace platform
 
@@ -20,6 +22,7 @@ class SettingsStore;
 struct Services {
     platform::MessageBoxService& messages;
     platform::InputBoxService& input;
+    platform::FileDialogService& files;
     platform::SettingsStore& settings;
 };
 
@@ -32,8 +35,11 @@ public:
 
     // Start-up steps: settings, the list's header, the mail settings file.
     void LoadMainWindow(const QString& programFolder);
-    // Reads files as the open command adds them (XYZ).
+    // Reads files as the open command adds them: DXF for names ending in
+    // ".dxf", XYZ otherwise.
     void OpenFiles(const QStringList& fileNames);
+    void OpenCommand();
+    void SaveCommand();
     void QuitCommand();
 
     // MainWindowSurface
@@ -51,6 +57,9 @@ private:
     // Runs a command with the error report, the window kept from taking other
     // commands while it runs.
     void run(const std::function<void()>& command);
+    // Runs a command over the state, the services and this window, with
+    // progress shown on the count label.
+    void runWithContext(const std::function<void(CommandContext&)>& command);
     void syncGridView();
     void applyColumnWidths();
 

@@ -22,19 +22,21 @@ int main(int argc, char** argv) {
 
     platform::QtMessageBoxService messages;
     platform::QtInputBoxService input;
+    platform::QtFileDialogService files;
     platform::IniSettingsStore settings;
     GestionDonnee state;
 
-    Form1 window(state, Services{messages, input, settings});
+    Form1 window(state, Services{messages, input, files, settings});
     messages.setParent(&window);
     input.setParent(&window);
+    files.setParent(&window);
     window.LoadMainWindow(QCoreApplication::applicationDirPath());
     window.show();
 
     // Files named on the command line are added one after the other.
-    QStringList files = app.arguments();
-    files.removeFirst();
-    window.OpenFiles(files);
+    QStringList named = QApplication::arguments();
+    named.removeFirst();
+    window.OpenFiles(named);
 
     return QApplication::exec();
 }

@@ -2,6 +2,8 @@
 
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -85,6 +87,45 @@ QString QtInputBoxService::ask(const QString& prompt, const QString& title,
     dialog.setMinimumWidth(360);
     // "Annuler" and the close box give the empty text.
     return dialog.exec() == QDialog::Accepted ? edit->text() : QString();
+}
+
+FileDialogResult QtFileDialogService::showOpen(const QString& initialName, const QString& filter) {
+    return show(false, initialName, filter);
+}
+
+FileDialogResult QtFileDialogService::showSave(const QString& initialName, const QString& filter) {
+    return show(true, initialName, filter);
+}
+
+FileDialogResult QtFileDialogService::show(bool save, const QString& initialName,
+                                           const QString& filter) {
+    // "description|pattern|description|pattern" to Qt's "description (pattern)".
+    const QStringList parts = filter.split(u'|');
+    QStringList nameFilters;
+    for (qsizetype i = 0; i + 1 < parts.size(); i += 2)
+        nameFilters << parts[i] + QStringLiteral(" (") + parts[i + 1] + u')';
+
+    QFileDialog dialog(parent_);
+    dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+    dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
+    dialog.setNameFilters(nameFilters);
+    if (filterIndex_ >= 1 && filterIndex_ <= nameFilters.size())
+        dialog.selectNameFilter(nameFilters[filterIndex_ - 1]);
+    if (!initialName.isEmpty())
+        dialog.selectFile(initialName);
+
+    FileDialogResult result;
+    result.fileName = initialName;
+    result.fileTitle = QFileInfo(initialName).fileName();
+    if (dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty()) {
+        result.fileName = dialog.selectedFiles().constFirst();
+        result.fileTitle = QFileInfo(result.fileName).fileName();
+        const qsizetype chosen = nameFilters.indexOf(dialog.selectedNameFilter());
+        if (chosen >= 0)
+            filterIndex_ = static_cast<int>(chosen) + 1;
+    }
+    result.filterIndex = filterIndex_;
+    return result;
 }
 
 } // namespace platform

@@ -28,4 +28,19 @@ private:
     QWidget* parent_;
 };
 
+// The common file dialog, Qt's own (translated), keeping its filter index
+// between uses as the dialog control did.
+class QtFileDialogService : public FileDialogService {
+public:
+    explicit QtFileDialogService(QWidget* parent = nullptr) : parent_(parent) {}
+    void setParent(QWidget* parent) { parent_ = parent; }
+    FileDialogResult showOpen(const QString& initialName, const QString& filter) override;
+    FileDialogResult showSave(const QString& initialName, const QString& filter) override;
+
+private:
+    FileDialogResult show(bool save, const QString& initialName, const QString& filter);
+    QWidget* parent_;
+    int filterIndex_ = 1;
+};
+
 } // namespace platform

@@ -50,4 +50,44 @@ QString ScriptedDialogs::ask(const QString& prompt, const QString& title,
     return reply;
 }
 
+void ScriptedFileDialog::choose(const QString& fileName, int filterIndex) {
+    script_.emplace_back(std::make_pair(fileName, filterIndex));
+}
+
+void ScriptedFileDialog::cancel() {
+    script_.emplace_back(std::nullopt);
+}
+
+FileDialogResult ScriptedFileDialog::showOpen(const QString& initialName, const QString& filter) {
+    return answer(false, initialName, filter);
+}
+
+FileDialogResult ScriptedFileDialog::showSave(const QString& initialName, const QString& filter) {
+    return answer(true, initialName, filter);
+}
+
+FileDialogResult ScriptedFileDialog::answer(bool save, const QString& initialName,
+                                            const QString& filter) {
+    shown_.push_back(Shown{save, initialName, filter});
+    if (script_.empty()) {
+        RecordedBox box;
+        box.prompt = save ? QStringLiteral("save dialog") : QStringLiteral("open dialog");
+        box.title = filter;
+        throw UnexpectedBox(box);
+    }
+    const auto next = script_.front();
+    script_.pop_front();
+    FileDialogResult result;
+    if (next) {
+        result.fileName = next->first;
+        filterIndex_ = next->second;
+    } else {
+        result.fileName = initialName;
+    }
+    const qsizetype slash = result.fileName.lastIndexOf(u'/');
+    result.fileTitle = slash < 0 ? result.fileName : result.fileName.mid(slash + 1);
+    result.filterIndex = filterIndex_;
+    return result;
+}
+
 } // namespace platform

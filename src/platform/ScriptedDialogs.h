@@ -3,6 +3,7 @@
 #include "platform/Dialogs.h"
 
 #include <deque>
+#include <optional>
 #include <stdexcept>
 #include <variant>
 #include <vector>
@@ -55,6 +56,34 @@ private:
     std::deque<std::variant<MsgAnswer, QString>> script_;
     bool throwOnUnexpected_ = true;
     int unexpected_ = 0;
+};
+
+// Test double for the file dialog: answers from a queue of results and
+// records what each dialog was given. An empty queue fails the test.
+class ScriptedFileDialog : public FileDialogService {
+public:
+    struct Shown {
+        bool save = false;
+        QString initialName;
+        QString filter;
+    };
+
+    // The user picks fileName with the filter at index filterIndex.
+    void choose(const QString& fileName, int filterIndex);
+    // The user cancels: the dialog returns its initial name and last index.
+    void cancel();
+
+    FileDialogResult showOpen(const QString& initialName, const QString& filter) override;
+    FileDialogResult showSave(const QString& initialName, const QString& filter) override;
+
+    const std::vector<Shown>& shown() const { return shown_; }
+    std::size_t unusedAnswers() const { return script_.size(); }
+
+private:
+    FileDialogResult answer(bool save, const QString& initialName, const QString& filter);
+    std::deque<std::optional<std::pair<QString, int>>> script_;
+    std::vector<Shown> shown_;
+    int filterIndex_ = 1;
 };
 
 } // namespace platform

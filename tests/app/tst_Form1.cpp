@@ -44,9 +44,10 @@ QStringList describe(const QMenu* menu) {
 struct Fixture {
     QTemporaryDir dir;
     ScriptedDialogs boxes;
+    ScriptedFileDialog files;
     IniSettingsStore settings;
     GestionDonnee state;
-    Form1 window{state, Services{boxes, boxes, settings}};
+    Form1 window{state, Services{boxes, boxes, files, settings}};
 
     Fixture() {
         boxes.setThrowOnUnexpected(false);

@@ -1,0 +1,270 @@
+#include "cli/Converter.h"
+
+#include "app/CommandContext.h"
+#include "app/FileCommands.h"
+#include "app/GestionDonnee.h"
+#include "app/Startup.h"
+#include "formats/DxfWriter.h"
+#include "formats/XyzWriter.h"
+#include "platform/Dialogs.h"
+#include "platform/Progress.h"
+#include "platform/RuntimeError.h"
+#include "platform/SettingsStore.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <map>
+#include <optional>
+
+using namespace platform;
+
+namespace {
+
+const char* const usageLine =
+    "usage: tovalin-cli list|convert [--from xyz|dxf] [--to xyz|dxf] [--set KEY=VALUE]... "
+    "[--height TEXT] INPUT... [-o OUTPUT]\n";
+
+const char* const helpText =
+    "tovalin-cli: lit et convertit des fichiers de points avec les lecteurs et\n"
+    "les écrivains de Tovalin et les réglages de l'utilisateur.\n"
+    "\n"
+    "  tovalin-cli list [--from xyz|dxf] [--set CLE=VALEUR]... ENTREE...\n"
+    "      Lit chaque ENTREE dans l'ordre, comme la commande Ouvrir quand on\n"
+    "      ajoute le fichier, puis écrit la liste des points comme la fenêtre\n"
+    "      principale la montre : Matricule, X, Y, Z séparés par une tabulation,\n"
+    "      une ligne par point (UTF-8).\n"
+    "\n"
+    "  tovalin-cli convert [--from xyz|dxf] [--to xyz|dxf] [--set CLE=VALEUR]...\n"
+    "                      [--height TEXTE] ENTREE... -o SORTIE\n"
+    "      Lit de même puis écrit SORTIE en XYZ ou en DXF.\n"
+    "\n"
+    "  --from, --to   format ; sinon DXF pour un nom finissant par .dxf, sinon XYZ\n"
+    "  --set CLE=VALEUR\n"
+    "                 remplace un réglage pour cette exécution seulement\n"
+    "                 (VALEUR peut être vide ; \\t vaut une tabulation).\n"
+    "                 Clés : Separateur_Lec Separateur_Ecr Separateur_Autre_Lec\n"
+    "                 Separateur_Autre_Ecr Calque_Point Calque_Matricule Calque_Z\n"
+    "                 Num_Premier_Pt Inc_Num Num_Pt_Dxf Dxf_Format Fich_Dim NomImp\n"
+    "                 NbDec SepSys ExtCfg\n"
+    "  --height TEXTE réponse à la question de la hauteur du texte du DXF (\"1\")\n"
+    "  --help         cette aide\n"
+    "\n"
+    "Les réglages sont lus dans le fichier de réglages de Tovalin, jamais écrits.\n"
+    "Statut de sortie : 0 réussi, 1 erreur (message sur la sortie d'erreur),\n"
+    "2 mauvais usage.\n";
+
+// The section of each setting that --set may override.
+std::optional<QString> sectionOf(const QString& key) {
+    static const std::map<QString, QString> sections = [] {
+        std::map<QString, QString> map;
+        for (const char* key :
+             {"Separateur_Lec", "Separateur_Ecr", "Separateur_Autre_Lec", "Separateur_Autre_Ecr",
+              "Calque_Point", "Calque_Matricule", "Calque_Z", "Num_Premier_Pt", "Inc_Num",
+              "Num_Pt_Dxf", "Dxf_Format", "Fich_Dim", "NomImp"})
+            map[QString::fromLatin1(key)] = sections::parametre();
+        for (const char* key : {"NbDec", "SepSys", "ExtCfg"})
+            map[QString::fromLatin1(key)] = sections::app();
+        return map;
+    }();
+    const auto found = sections.find(key);
+    if (found == sections.end())
+        return std::nullopt;
+    return found->second;
+}
+
+// The user's settings with this run's overrides on top; nothing is written.
+class OverlaySettings : public SettingsStore {
+public:
+    explicit OverlaySettings(const SettingsStore& base) : base_(base) {}
+    void set(const QString& section, const QString& key, const QString& value) {
+        overrides_[section + u'/' + key] = value;
+    }
+    QString value(const QString& section, const QString& key,
+                  const QString& defaultValue) const override {
+        const auto found = overrides_.find(section + u'/' + key);
+        return found != overrides_.end() ? found->second : base_.value(section, key, defaultValue);
+    }
+    void setValue(const QString& section, const QString& key, const QString& value) override {
+        set(section, key, value);
+    }
+
+private:
+    const SettingsStore& base_;
+    std::map<QString, QString> overrides_;
+};
+
+void print(std::FILE* stream, const QString& text) {
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
+}
+
+// Boxes become lines on standard error; an error box makes the run fail.
+class ConsoleBoxes : public MessageBoxService, public InputBoxService {
+public:
+    ConsoleBoxes(std::FILE* err, QString height) : err_(err), height_(std::move(height)) {}
+    MsgAnswer show(const QString& prompt, MsgButtons buttons, MsgIcon icon,
+                   const QString&) override {
+        print(err_, prompt + u'\n');
+        if (icon == MsgIcon::Critical)
+            failed_ = true;
+        return buttons == MsgButtons::Ok ? MsgAnswer::Ok : MsgAnswer::Cancel;
+    }
+    QString ask(const QString&, const QString&, const QString&) override { return height_; }
+    bool failed() const { return failed_; }
+
+private:
+    std::FILE* err_;
+    QString height_;
+    bool failed_ = false;
+};
+
+class NoFileDialog : public FileDialogService {
+public:
+    FileDialogResult showOpen(const QString& name, const QString&) override {
+        return {name, name, 1};
+    }
+    FileDialogResult showSave(const QString& name, const QString&) override {
+        return {name, name, 1};
+    }
+};
+
+std::optional<FileFormat> parseFormat(const QString& text) {
+    if (text == u"xyz")
+        return FileFormat::Xyz;
+    if (text == u"dxf")
+        return FileFormat::Dxf;
+    return std::nullopt;
+}
+
+struct Options {
+    QString command;
+    std::optional<FileFormat> from;
+    std::optional<FileFormat> to;
+    std::vector<std::pair<QString, QString>> sets;
+    QString height = QStringLiteral("1");
+    QStringList inputs;
+    QString output;
+};
+
+// Parses the arguments; returns an error text for a usage error.
+QString parse(const QStringList& args, Options& options) {
+    if (args.isEmpty())
+        return QStringLiteral("commande manquante");
+    options.command = args.first();
+    if (options.command != u"list" && options.command != u"convert")
+        return QStringLiteral("commande inconnue : ") + options.command;
+    for (qsizetype i = 1; i < args.size(); ++i) {
+        const QString& arg = args[i];
+        auto next = [&](QString& into) {
+            if (i + 1 >= args.size())
+                return false;
+            into = args[++i];
+            return true;
+        };
+        QString value;
+        if (arg == u"--from" || arg == u"--to") {
+            if (!next(value))
+                return arg + QStringLiteral(" sans valeur");
+            const auto format = parseFormat(value);
+            if (!format)
+                return QStringLiteral("format inconnu : ") + value;
+            (arg == u"--from" ? options.from : options.to) = format;
+        } else if (arg == u"--set") {
+            if (!next(value))
+                return QStringLiteral("--set sans valeur");
+            const qsizetype equals = value.indexOf(u'=');
+            if (equals <= 0)
+                return QStringLiteral("--set attend CLE=VALEUR : ") + value;
+            const QString key = value.left(equals);
+            if (!sectionOf(key))
+                return QStringLiteral("réglage inconnu : ") + key;
+            options.sets.emplace_back(
+                key, value.mid(equals + 1).replace(QStringLiteral("\\t"), QStringLiteral("\t")));
+        } else if (arg == u"--height") {
+            if (!next(options.height))
+                return QStringLiteral("--height sans valeur");
+        } else if (arg == u"-o" || arg == u"--output") {
+            if (!next(options.output))
+                return arg + QStringLiteral(" sans valeur");
+        } else if (arg.startsWith(u'-') && arg.size() > 1) {
+            return QStringLiteral("option inconnue : ") + arg;
+        } else {
+            options.inputs << arg;
+        }
+    }
+    if (options.inputs.isEmpty())
+        return QStringLiteral("aucun fichier d'entrée");
+    if (options.command == u"convert" && options.output.isEmpty())
+        return QStringLiteral("convert demande -o SORTIE");
+    if (options.command == u"list" && (!options.output.isEmpty() || options.to))
+        return QStringLiteral("list n'écrit pas de fichier");
+    return QString();
+}
+
+void printList(const GestionDonnee& state, std::FILE* out) {
+    QByteArray buffer;
+    buffer.reserve(1 << 20);
+    for (int row = 1; row < state.Grid.rows(); ++row) {
+        for (int col = 0; col < 4; ++col) {
+            if (col > 0)
+                buffer.append('\t');
+            buffer.append(state.Grid.textMatrix(row, col).toUtf8());
+        }
+        buffer.append('\n');
+        if (buffer.size() >= (1 << 20)) {
+            std::fwrite(buffer.constData(), 1, static_cast<std::size_t>(buffer.size()), out);
+            buffer.clear();
+        }
+    }
+    std::fwrite(buffer.constData(), 1, static_cast<std::size_t>(buffer.size()), out);
+}
+
+} // namespace
+
+int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std::FILE* out,
+                 std::FILE* err) {
+    if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
+        print(out, QString::fromUtf8(helpText));
+        return 0;
+    }
+    Options options;
+    const QString usageError = parse(arguments, options);
+    if (!usageError.isEmpty()) {
+        print(err, QStringLiteral("tovalin-cli : ") + usageError + u'\n');
+        std::fputs(usageLine, err);
+        return 2;
+    }
+
+    OverlaySettings settings(userSettings);
+    for (const auto& [key, value] : options.sets)
+        settings.set(*sectionOf(key), key, value);
+
+    GestionDonnee state;
+    ConsoleBoxes boxes(err, options.height);
+    NoFileDialog files;
+    NoWindowSurface window;
+    NoProgress progress;
+    CommandContext context{state, boxes, boxes, files, settings, window, progress};
+
+    try {
+        LoadSettings(state.Settings, settings);
+        for (const QString& input : options.inputs) {
+            const FileFormat format = options.from.value_or(FormatOfName(input));
+            OpenFile(context, input, QFileInfo(input).fileName(), format);
+        }
+        if (options.command == u"list") {
+            printList(state, out);
+        } else {
+            const FileFormat format = options.to.value_or(FormatOfName(options.output));
+            if (format == FileFormat::Xyz)
+                WriteXyzFile(context, options.output);
+            else
+                WriteDxfFile(context, options.output);
+        }
+    } catch (const RuntimeError& error) {
+        print(err, error.reportText() + u'\n');
+        return 1;
+    }
+    std::fflush(out);
+    return boxes.failed() ? 1 : 0;
+}
