@@ -159,6 +159,9 @@ void Form1::runWithContext(const std::function<void(CommandContext&)>& command) 
                                progress};
         command(context);
     });
+    // A command that failed while the hourglass showed left it up; the
+    // error has been reported by now.
+    setWaitCursor(false);
 }
 
 void Form1::QuitCommand() {
@@ -194,6 +197,9 @@ void Form1::setCountLabel(const QString& text) {
 }
 
 void Form1::setWaitCursor(bool waiting) {
+    if (waiting == waitCursor_)
+        return;
+    waitCursor_ = waiting;
     if (waiting)
         QApplication::setOverrideCursor(Qt::WaitCursor);
     else

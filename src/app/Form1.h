@@ -70,5 +70,6 @@ private:
     QListWidget* List1 = nullptr;
     QLabel* Label1 = nullptr;
     bool busy_ = false;
+    bool waitCursor_ = false;
     bool closing_ = false;
 };
