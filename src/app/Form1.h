@@ -42,6 +42,20 @@ public:
     void SaveCommand();
     void QuitCommand();
 
+    // For the command modules that install themselves on the window.
+    GestionDonnee& state() { return state_; }
+    const Services& services() const { return services_; }
+    QTableView* grid() const { return Grid; }
+    QListWidget* list() const { return List1; }
+    // The menu item (or menu title command) of that name.
+    QAction* menuItem(const QString& name) const;
+    // Runs a command with the error report, the menu kept from starting
+    // another one while it runs.
+    void run(const std::function<void()>& command);
+    // Runs a command over the state, the services and this window, with
+    // progress shown on the count label.
+    void runWithContext(const std::function<void(CommandContext&)>& command);
+
     // MainWindowSurface
     void setCaption(const QString& caption) override;
     void setCountLabel(const QString& text) override;
@@ -54,12 +68,6 @@ private:
     void buildMenus();
     QAction* addItem(QMenu* menu, const char* name, const QString& caption,
                      const QKeySequence& shortcut = QKeySequence());
-    // Runs a command with the error report, the window kept from taking other
-    // commands while it runs.
-    void run(const std::function<void()>& command);
-    // Runs a command over the state, the services and this window, with
-    // progress shown on the count label.
-    void runWithContext(const std::function<void(CommandContext&)>& command);
     void syncGridView();
     void applyColumnWidths();
 
