@@ -168,6 +168,14 @@ void Form1::QuitCommand() {
     close();
 }
 
+QAction* Form1::menuItem(const QString& name) const {
+    for (QAction* action : findChildren<QAction*>()) {
+        if (action->objectName() == name)
+            return action;
+    }
+    return nullptr;
+}
+
 void Form1::closeEvent(QCloseEvent* event) {
     if (busy_) {
         // A file is being read or written: closing now would lose it.
