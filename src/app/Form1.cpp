@@ -184,7 +184,9 @@ void Form1::closeEvent(QCloseEvent* event) {
     }
     if (!closing_) {
         closing_ = true;
-        run([&] { CloseMainWindow(state_, services_.messages, [this] { SaveCommand(); }); });
+        runWithContext([this](CommandContext& context) {
+            CloseMainWindow(state_, services_.messages, [&] { ::SaveCommand(context); });
+        });
     }
     // Every other window goes with the main one.
     for (QWidget* window : QApplication::topLevelWidgets()) {
@@ -214,15 +216,20 @@ void Form1::setWaitCursor(bool waiting) {
         QApplication::restoreOverrideCursor();
 }
 
-void Form1::run(const std::function<void()>& command) {
-    // Commands pump events while they work; keep the menu from starting a
-    // second one inside the first.
-    const bool wasBusy = busy_;
+bool Form1::run(const std::function<void()>& command) {
+    // Commands pump events while they work: a click that arrives then, on the
+    // menu or on any other window, must not start a second command inside
+    // the first one.
+    if (busy_) {
+        QApplication::beep();
+        return false;
+    }
     busy_ = true;
     menuBar()->setEnabled(false);
-    platform::RunCommand(services_.messages, command);
-    busy_ = wasBusy;
-    menuBar()->setEnabled(!busy_);
+    const bool done = platform::RunCommand(services_.messages, command);
+    busy_ = false;
+    menuBar()->setEnabled(true);
+    return done;
 }
 
 void Form1::syncGridView() {

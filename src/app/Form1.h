@@ -49,9 +49,9 @@ public:
     QListWidget* list() const { return List1; }
     // The menu item (or menu title command) of that name.
     QAction* menuItem(const QString& name) const;
-    // Runs a command with the error report, the menu kept from starting
-    // another one while it runs.
-    void run(const std::function<void()>& command);
+    // Runs a command with the error report. While one runs, no other starts:
+    // a second call is refused (returns false), as is closing the window.
+    bool run(const std::function<void()>& command);
     // Runs a command over the state, the services and this window, with
     // progress shown on the count label.
     void runWithContext(const std::function<void(CommandContext&)>& command);
