@@ -51,6 +51,12 @@ public:
     platform::Variant CurrentMatricule;
     double SelectedIndex = 0;
     int EditMode = 0;
+    // The point handed to the point editor in modify mode, and the identifier
+    // it had when the editor opened; they outlive the editor.
+    double EditX = 0;
+    double EditY = 0;
+    double EditZ = 0;
+    platform::Variant InitialMatricule;
     QString CurrentFileName;
     QString CurrentBaseName;
     InMemorySettings Settings;
@@ -65,6 +71,7 @@ public:
 
     // Appends a copy of the record.
     void AddPoint(const PointRecord& record);
+    void AddPoint(PointRecord&& record);
     // Overwrites the record at index (rounded half to even); error 9 outside
     // the array.
     void SetPoint(const PointRecord& record, double index);
@@ -74,6 +81,8 @@ public:
     // Text of one coordinate for display, under NbDec (and grouping when
     // SepSys is 1).
     QString FormatCoordinate(double value) const;
+    // The pattern FormatCoordinate formats with.
+    QString CoordinatePattern() const;
     // The text of the point count label.
     static QString PointCountLabel(double count);
 };

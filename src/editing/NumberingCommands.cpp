@@ -1,0 +1,55 @@
+#include "editing/NumberingCommands.h"
+
+#include "app/Form1.h"
+#include "editing/Form5.h"
+#include "editing/FormatDonnee.h"
+
+#include <QAction>
+#include <QPointer>
+#include <memory>
+
+namespace {
+
+// Shows the open dialog, or a new one: a dialog closed with its close box is
+// gone, and the next one starts from its defaults again.
+template <typename Dialog, typename Make> void showSingle(QPointer<Dialog>& dialog, Make make) {
+    if (dialog.isNull()) {
+        dialog = make();
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    dialog->show();
+    dialog->raise();
+    dialog->activateWindow();
+}
+
+} // namespace
+
+void InstallNumberingAndFormatCommands(Form1& window) {
+    Form1* mainWindow = &window;
+    // The main window's run: the error report, and no other command from its
+    // menu while a run goes on.
+    const auto runner = [mainWindow](const std::function<void()>& command) {
+        mainWindow->run(command);
+    };
+
+    // One dialog of each at a time; the connections own these.
+    const auto numbering = std::make_shared<QPointer<Form5>>();
+    const auto format = std::make_shared<QPointer<FormatDonnee>>();
+
+    if (QAction* item = window.menuItem(QStringLiteral("MnuImmatriculation"))) {
+        QObject::connect(item, &QAction::triggered, mainWindow, [mainWindow, runner, numbering] {
+            showSingle(*numbering, [&] {
+                return new Form5(mainWindow->state(), mainWindow->services().messages, runner,
+                                 mainWindow);
+            });
+        });
+    }
+    if (QAction* item = window.menuItem(QStringLiteral("Mnu_Format"))) {
+        QObject::connect(item, &QAction::triggered, mainWindow, [mainWindow, runner, format] {
+            showSingle(*format, [&] {
+                return new FormatDonnee(mainWindow->state(), mainWindow->services().settings,
+                                        runner, mainWindow);
+            });
+        });
+    }
+}
