@@ -1,5 +1,8 @@
 #include "app/Form1.h"
 #include "app/GestionDonnee.h"
+#include "dialogs/parameters/ParametersCommand.h"
+#include "editing/EditingCommands.h"
+#include "editing/NumberingCommands.h"
 #include "platform/NumberText.h"
 #include "platform/QtDialogs.h"
 #include "platform/SettingsStore.h"
@@ -27,6 +30,9 @@ int main(int argc, char** argv) {
     GestionDonnee state;
 
     Form1 window(state, Services{messages, input, files, settings});
+    InstallParameterCommands(window);
+    InstallEditingCommands(window);
+    InstallNumberingAndFormatCommands(window);
     messages.setParent(&window);
     input.setParent(&window);
     files.setParent(&window);
