@@ -34,7 +34,7 @@ void OpenFile(CommandContext& context, const QString& fileName, const QString& f
     context.window.setCaption(captions::afterOpen());
     // One less than the points in the store, as the label has always shown.
     context.window.setCountLabel(GestionDonnee::PointCountLabel(state.PointCount - 1));
-    state.RefreshPointList();
+    state.RefreshPointList(context.progress);
 }
 
 FileFormat FormatOfName(const QString& fileName) {

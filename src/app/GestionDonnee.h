@@ -6,6 +6,10 @@
 #include <QString>
 #include <vector>
 
+namespace platform {
+class Progress;
+}
+
 // One surveyed point, fields in the order of the point files.
 struct PointRecord {
     double X = 0.0;
@@ -69,6 +73,9 @@ public:
     // commands patch row by row.
     platform::PointGridModel Grid;
 
+    // Room for that many more points, so that a reader's appends do not copy
+    // the store; it grows at least twofold.
+    void ReservePoints(std::size_t more);
     // Appends a copy of the record.
     void AddPoint(const PointRecord& record);
     void AddPoint(PointRecord&& record);
@@ -78,6 +85,9 @@ public:
 
     // Rebuilds the list from the store.
     void RefreshPointList();
+    // The same, telling the progress of every row built here (events are
+    // processed while the list is rebuilt, as while the file is read).
+    void RefreshPointList(platform::Progress& progress);
     // Text of one coordinate for display, under NbDec (and grouping when
     // SepSys is 1).
     QString FormatCoordinate(double value) const;

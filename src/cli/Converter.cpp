@@ -7,6 +7,7 @@
 #include "formats/DxfWriter.h"
 #include "formats/XyzWriter.h"
 #include "platform/Dialogs.h"
+#include "platform/Parallel.h"
 #include "platform/Progress.h"
 #include "platform/RuntimeError.h"
 #include "platform/SettingsStore.h"
@@ -15,6 +16,7 @@
 #include <QFileInfo>
 #include <map>
 #include <optional>
+#include <string>
 
 using namespace platform;
 
@@ -202,21 +204,25 @@ QString parse(const QStringList& args, Options& options) {
 }
 
 void printList(const GestionDonnee& state, std::FILE* out) {
-    QByteArray buffer;
-    buffer.reserve(1 << 20);
-    for (int row = 1; row < state.Grid.rows(); ++row) {
-        for (int col = 0; col < 4; ++col) {
-            if (col > 0)
-                buffer.append('\t');
-            buffer.append(state.Grid.textMatrix(row, col).toUtf8());
-        }
-        buffer.append('\n');
-        if (buffer.size() >= (1 << 20)) {
-            std::fwrite(buffer.constData(), 1, static_cast<std::size_t>(buffer.size()), out);
-            buffer.clear();
-        }
+    // Blocks of rows are put into text side by side, then written in order.
+    constexpr int kBlockRows = 1 << 15;
+    const int rows = state.Grid.rows();
+    std::vector<std::string> texts;
+    for (int first = 1; first < rows; first += kBlockRows) {
+        const int count = std::min(kBlockRows, rows - first);
+        texts.resize(PartsFor(std::size_t(count), 4096));
+        ForEachPart(std::size_t(count), texts.size(),
+                    [&](std::size_t part, std::size_t begin, std::size_t end) {
+                        std::string& text = texts[part];
+                        text.clear(); // keeps its room for the next block
+                        for (std::size_t row = begin; row < end; ++row) {
+                            state.Grid.appendRowUtf8(first + int(row), 4, '\t', text);
+                            text.push_back('\n');
+                        }
+                    });
+        for (const std::string& text : texts)
+            std::fwrite(text.data(), 1, text.size(), out);
     }
-    std::fwrite(buffer.constData(), 1, static_cast<std::size_t>(buffer.size()), out);
 }
 
 } // namespace

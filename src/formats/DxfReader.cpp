@@ -4,11 +4,16 @@
 #include "app/GestionDonnee.h"
 #include "formats/XyzReader.h"
 #include "platform/NumberText.h"
+#include "platform/Parallel.h"
 #include "platform/Progress.h"
+#include "platform/RuntimeError.h"
+#include "platform/TextArena.h"
 #include "platform/TextFile.h"
 #include "platform/TextUtil.h"
 
 #include <cmath>
+#include <exception>
+#include <vector>
 
 using namespace platform;
 
@@ -55,6 +60,120 @@ double coordinate(const Field& field) {
     return Val(CommaToPoint(formatted));
 }
 
+// The same decision on the field's bytes, without making it a Field, for the
+// millions of fields of a large file; a field it cannot settle goes to
+// isCode10. A quoted field is its text: "10" once blanks are trimmed. An
+// unquoted one is a text that never trims to "10" (reading skipped its
+// leading blanks and cut its trailing ones, and "10" itself is a number), or
+// a number, which prints as "10" only near 10: not when negative, nor when
+// its whole part, without an exponent, is other than 9 or 10.
+bool isCode10(const RawField& raw) {
+    const char* b = raw.text;
+    const qsizetype n = raw.length;
+    if (raw.quoted) {
+        qsizetype begin = 0, end = n;
+        while (begin < end && b[begin] == ' ')
+            ++begin;
+        while (end > begin && b[end - 1] == ' ')
+            --end;
+        return end - begin == 2 && b[begin] == '1' && b[begin + 1] == '0';
+    }
+    if (n == 2 && b[0] == '1' && b[1] == '0')
+        return true;
+    if (n == 0 || b[0] == '-')
+        return false;
+    qsizetype i = b[0] == '+' ? 1 : 0;
+    while (i < n && b[i] == '0')
+        ++i;
+    const qsizetype digits = i;
+    while (i < n && b[i] >= '0' && b[i] <= '9')
+        ++i;
+    const qsizetype wholeLength = i - digits;
+    const bool nineOrTen = (wholeLength == 1 && b[digits] == '9') ||
+                           (wholeLength == 2 && b[digits] == '1' && b[digits + 1] == '0');
+    if (i < n && b[i] == '.') {
+        ++i;
+        while (i < n && b[i] >= '0' && b[i] <= '9')
+            ++i;
+    }
+    if (i < n && (b[i] == 'e' || b[i] == 'E'))
+        return isCode10(FieldReader::fieldOf(raw)); // an exponent: read it
+    if (i != n)
+        return false; // a text
+    return nineOrTen && isCode10(FieldReader::fieldOf(raw));
+}
+
+// A coordinate as the files mostly write it: digits with at most three
+// decimals, 15 significant digits at most, not zero. Going through the
+// regional format with three decimals changes nothing for it: its double
+// prints back as its own digits (a double keeps 15 of them exactly), the
+// rounding to three decimals has nothing to cut, and when the regional
+// decimal character is "," or "." the text reads back as the same digits,
+// hence the same double.
+bool plainThreeDecimals(const RawField& raw) {
+    if (raw.quoted)
+        return false;
+    const char* b = raw.text;
+    const qsizetype n = raw.length;
+    qsizetype i = (n > 0 && (b[0] == '+' || b[0] == '-')) ? 1 : 0;
+    int significant = 0;
+    bool digits = false;
+    for (; i < n && b[i] >= '0' && b[i] <= '9'; ++i) {
+        digits = true;
+        significant += significant > 0 || b[i] != '0';
+    }
+    if (!digits)
+        return false;
+    if (i < n) {
+        if (b[i] != '.')
+            return false;
+        const qsizetype point = i++;
+        for (; i < n && b[i] >= '0' && b[i] <= '9'; ++i)
+            significant += significant > 0 || b[i] != '0';
+        if (i != n || i - point - 1 < 1 || i - point - 1 > 3)
+            return false;
+    }
+    return significant > 0 && significant <= 15;
+}
+
+// coordinate() for the usual field, a number written the invariant way: the
+// same formatting and reading, in a buffer instead of QStrings, or none at
+// all where it cannot change the number.
+class CoordinateReader {
+public:
+    CoordinateReader()
+        : pattern_(QStringLiteral("##.000"), NumberFormat::current()),
+          pointOrComma_(NumberFormat::current().decimal == u'.' ||
+                        NumberFormat::current().decimal == u',') {}
+
+    double operator()(const RawField& raw) {
+        if (pointOrComma_ && plainThreeDecimals(raw))
+            return Val(QLatin1StringView(raw.text, raw.length));
+        const Field field = FieldReader::fieldOf(raw);
+        if (!field.isNumber())
+            return coordinate(field);
+        text_.clear();
+        pattern_.append(text_, field.number());
+        // CommaToPoint: the first comma only.
+        for (char16_t& c : text_) {
+            if (c == u',') {
+                c = u'.';
+                break;
+            }
+        }
+        return Val(QStringView(text_.constData(), text_.size()));
+    }
+
+private:
+    NumberPattern pattern_;
+    bool pointOrComma_;
+    TextBuffer text_;
+};
+
+// Points scanned before their coordinates are worked out: enough to share
+// out, few enough for the progress to be told often.
+constexpr std::size_t kBatchPoints = 1 << 15;
+
 } // namespace
 
 void ReadDxfFile(CommandContext& context, const QString& path) {
@@ -74,28 +193,84 @@ void ReadDxfFile(CommandContext& context, const QString& path) {
     // From here to the end of the file, whatever the entity or section
     // (ENDSEC does not stop it), every field "10" starts a point, even when
     // it is a value: our own elevation texts carry the oblique angle 10.
-    while (!file.atEnd()) {
-        if (!isCode10(file.readField()))
-            continue;
-        // The next five fields by position, codes unchecked and no end test:
-        // a file ending inside them fails with error 62, the points read so
-        // far staying in the store.
-        const Field x = file.readField();
-        file.readField(); // normally the code 20
-        const Field y = file.readField();
-        file.readField(); // normally the code 30
-        const Field z = file.readField();
+    // Fields are scanned in order, a batch of points at a time; their
+    // coordinates are then worked out side by side, and the points taken
+    // into the store in order, each as the scan met it.
+    struct Pending {
+        RawField x, y, z;
+        PointRecord point;
+        std::exception_ptr error; // a coordinate that failed, X before Y before Z
+    };
+    std::vector<Pending> batch;
+    TextArena names;
+    const NumberFormat format = NumberFormat::current();
+    bool firstBatch = true;
+    for (;;) {
+        batch.clear();
+        std::exception_ptr endError;
+        try {
+            while (batch.size() < kBatchPoints && !file.atEnd()) {
+                if (!isCode10(file.readRawField()))
+                    continue;
+                // The next five fields by position, codes unchecked and no end
+                // test: a file ending inside them fails with error 62, the
+                // points read so far staying in the store.
+                Pending& pending = batch.emplace_back();
+                pending.x = file.readRawField();
+                file.readRawField(); // normally the code 20
+                pending.y = file.readRawField();
+                file.readRawField(); // normally the code 30
+                pending.z = file.readRawField();
+            }
+        } catch (const RuntimeError&) {
+            batch.pop_back(); // the point cut short
+            endError = std::current_exception();
+        }
 
-        PointRecord record;
-        record.X = coordinate(x);
-        record.Y = coordinate(y);
-        record.Z = coordinate(z);
-        record.Matricule = state.Settings.Num_Pt_Dxf.toText();
-        state.AddPoint(record);
-        // Counted on in memory only, never saved: the next file read in this
-        // run continues from here. An empty setting (numbering switched off)
-        // fails here with a type mismatch, after its one point was appended.
-        state.Settings.Num_Pt_Dxf = state.Settings.Num_Pt_Dxf.plus(1);
-        context.progress.tick();
+        const std::size_t parts = PartsFor(batch.size(), 4096);
+        ForEachPart(batch.size(), parts, [&](std::size_t, std::size_t begin, std::size_t end) {
+            CoordinateReader coordinateOf;
+            for (std::size_t i = begin; i < end; ++i) {
+                Pending& pending = batch[i];
+                try {
+                    pending.point.X = coordinateOf(pending.x);
+                    pending.point.Y = coordinateOf(pending.y);
+                    pending.point.Z = coordinateOf(pending.z);
+                } catch (const RuntimeError&) {
+                    pending.error = std::current_exception();
+                }
+            }
+        });
+
+        // Room for the whole file's points, judged from those of the first
+        // batch, so that the store is not copied over and over as it grows.
+        if (firstBatch && !batch.empty() && file.position() > 0)
+            state.ReservePoints(std::size_t(double(batch.size()) * double(file.size()) /
+                                            double(file.position()) * 1.05));
+        firstBatch = false;
+        state.ReservePoints(batch.size());
+        for (Pending& pending : batch) {
+            if (pending.error)
+                std::rethrow_exception(pending.error);
+            Variant& number = state.Settings.Num_Pt_Dxf;
+            if (number.isNumber()) {
+                TextBuffer name;
+                AppendDefaultText(name, number.toNumber(), format);
+                pending.point.Matricule = names.copy(QStringView(name.constData(), name.size()));
+            } else {
+                pending.point.Matricule = number.toText();
+            }
+            state.AddPoint(std::move(pending.point));
+            // Counted on in memory only, never saved: the next file read in
+            // this run continues from here. An empty setting (numbering
+            // switched off) fails here with a type mismatch, after its one
+            // point was appended.
+            number = number.plus(1);
+            context.progress.tick();
+        }
+        if (endError)
+            std::rethrow_exception(endError);
+        if (file.atEnd())
+            return;
     }
 }

@@ -5,9 +5,18 @@
 #include "formats/XyzReader.h"
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
+#include "platform/Parallel.h"
 #include "platform/Progress.h"
 #include "platform/TextFile.h"
 #include "platform/TextUtil.h"
+
+#include <QByteArray>
+#include <cmath>
+#include <exception>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 using namespace platform;
 
@@ -61,28 +70,310 @@ PointTexts pointTexts(const PointRecord& point, const QString& nbDec, double hei
     return texts;
 }
 
-class DxfLines {
-public:
-    explicit DxfLines(const QString& path) : file_(path) {}
+// ---------------------------------------------------------------------------
+// The same texts without a QString, for the usual settings and values.
 
-    void line(QStringView text) { file_.writeLine(text); }
-    void group(QStringView code, QStringView value) {
-        file_.writeLine(code);
-        file_.writeLine(value);
+// A number as a pattern wrote it: its sign and digits.
+struct Written {
+    bool negative;
+    std::uint64_t whole;
+    std::uint64_t fraction;
+};
+
+// The display pattern when it is plain digits ("0", "0.0" ... "0.000000", as
+// the format dialog offers them): one integer digit at least, decimals all
+// written, nothing else. Its texts are then read back from their digits,
+// which is what CDbl and Val give: the decimal the text shows, correctly
+// rounded, as one exact division does for up to 15 digits and 22 decimals.
+struct PlainPattern {
+    int decimals = 0;
+
+    static std::optional<PlainPattern> of(QStringView pattern) {
+        const qsizetype point = pattern.indexOf(u'.');
+        const QStringView whole = point < 0 ? pattern : pattern.first(point);
+        const QStringView decimals = point < 0 ? QStringView() : pattern.sliced(point + 1);
+        auto zeros = [](QStringView text) {
+            for (QChar c : text) {
+                if (c != u'0')
+                    return false;
+            }
+            return true;
+        };
+        if (whole.isEmpty() || !zeros(whole) || !zeros(decimals) || decimals.size() > 15)
+            return std::nullopt;
+        return PlainPattern{int(decimals.size())};
     }
-    // Entity handles are plain decimal numbers from 800 on, one per entity.
-    void entityStart(QStringView type, QStringView layer) {
-        group(u"0", type);
-        group(u"5", DefaultText(handle_));
-        handle_ += 1;
-        group(u"8", layer);
+};
+
+constexpr std::uint64_t kWholePowers[16] = {1ULL,
+                                            10ULL,
+                                            100ULL,
+                                            1000ULL,
+                                            10000ULL,
+                                            100000ULL,
+                                            1000000ULL,
+                                            10000000ULL,
+                                            100000000ULL,
+                                            1000000000ULL,
+                                            10000000000ULL,
+                                            100000000000ULL,
+                                            1000000000000ULL,
+                                            10000000000000ULL,
+                                            100000000000000ULL,
+                                            1000000000000000ULL};
+
+// The lines of the file, built as bytes in a block.
+class LineBlock {
+public:
+    std::string bytes;
+
+    // Bytes as they stand: line breaks are the caller's.
+    void raw(std::string_view ascii) { bytes.append(ascii); }
+    void line(std::string_view ascii) {
+        bytes.append(ascii);
+        bytes.append("\r\n", 2);
     }
-    void close() { file_.close(); }
+    void textLine(QStringView text) {
+        const std::size_t used = bytes.size();
+        bytes.resize(used + std::size_t(text.size()));
+        bytes.resize(used + std::size_t(EncodeCp1252(text, bytes.data() + used)));
+        bytes.append("\r\n", 2);
+    }
+    // The default text of a handle: its digits, as for every whole number
+    // below 10^15.
+    void wholeLine(std::uint64_t value) {
+        char digits[20];
+        int n = 0;
+        do {
+            digits[n++] = char('0' + value % 10);
+            value /= 10;
+        } while (value != 0);
+        while (n > 0)
+            bytes.push_back(digits[--n]);
+        bytes.append("\r\n", 2);
+    }
+    QByteArrayView view() const { return QByteArrayView(bytes.data(), qsizetype(bytes.size())); }
+};
+
+// What every point's entities share.
+struct EntitySettings {
+    QByteArray pointLayer, nameLayer, heightLayer, reply; // Windows-1252
+    bool flat = false;
+    QByteArray flatElevation;
+    double height = 0;
+    QString nbDec;
+    NumberFormat format;
+};
+
+// The lines that never change between the variable ones, joined, so that a
+// point costs a few dozen appends rather than a hundred.
+struct EntityRuns {
+    std::string pointStart, afterHandle1, afterX, afterY, afterZ;
+    std::string textStart, afterHandle2, afterTX, afterSY, afterReply;
+    std::string heightStart, afterHandle3, afterZText, afterTX2;
+
+    explicit EntityRuns(const EntitySettings& settings) {
+        auto bytes = [](const QByteArray& text) {
+            return std::string(text.constData(), std::size_t(text.size()));
+        };
+        pointStart = "0\r\nPOINT\r\n5\r\n";
+        afterHandle1 = "8\r\n" + bytes(settings.pointLayer) + "\r\n62\r\n7\r\n10\r\n";
+        afterX = "\r\n20\r\n";
+        afterY = "\r\n30\r\n";
+        afterZ = "\r\n";
+        textStart = "0\r\nTEXT\r\n5\r\n";
+        afterHandle2 = "8\r\n" + bytes(settings.nameLayer) + "\r\n62\r\n5\r\n10\r\n";
+        afterTX = "\r\n20\r\n";
+        afterSY = "\r\n40\r\n" + bytes(settings.reply) + "\r\n1\r\n"; // as typed, "1,5" included
+        heightStart = "0\r\nTEXT\r\n5\r\n";
+        afterHandle3 = "8\r\n" + bytes(settings.heightLayer) + "\r\n62\r\n1\r\n40\r\n" +
+                       bytes(settings.reply) + "\r\n41\r\n0.75\r\n51\r\n10\r\n1\r\n";
+        afterZText = "\r\n10\r\n";
+        afterTX2 = "\r\n20\r\n";
+    }
+};
+
+// Appends the three entities of a point (handles from 800 + 3 index).
+class EntityWriter {
+public:
+    explicit EntityWriter(const EntitySettings& settings)
+        : settings_(settings), runs_(settings), display_(settings.nbDec, settings.format),
+          threeDecimals_(kThreeDecimals, settings.format), plain_(PlainPattern::of(settings.nbDec)),
+          quick_(plain_ && plain_->decimals <= 3 && threeDecimals_.writesAscii() &&
+                 (settings.format.decimal == u'.' || settings.format.decimal == u',')) {}
+
+    void write(LineBlock& out, const PointRecord& point, double index) {
+        Texts texts;
+        if (!quickTexts(point, texts))
+            slowTexts(point, texts);
+        // Handles are whole numbers far below 10^15.
+        const auto handle = static_cast<std::uint64_t>(800 + 3 * index);
+        const std::string_view sZ =
+            settings_.flat ? std::string_view(settings_.flatElevation.constData(),
+                                              std::size_t(settings_.flatElevation.size()))
+                           : texts.sZ.view();
+        out.raw(runs_.pointStart);
+        out.wholeLine(handle);
+        out.raw(runs_.afterHandle1);
+        out.raw(texts.sX.view());
+        out.raw(runs_.afterX);
+        out.raw(texts.sY.view());
+        out.raw(runs_.afterY);
+        out.raw(sZ);
+        out.raw(runs_.afterZ);
+
+        out.raw(runs_.textStart);
+        out.wholeLine(handle + 1);
+        out.raw(runs_.afterHandle2);
+        out.raw(texts.tX.view());
+        out.raw(runs_.afterTX);
+        out.raw(texts.sY.view());
+        out.raw(runs_.afterSY);
+        out.textLine(QStringView(point.Matricule));
+
+        out.raw(runs_.heightStart);
+        out.wholeLine(handle + 2);
+        out.raw(runs_.afterHandle3);
+        out.raw(sZ);
+        out.raw(runs_.afterZText);
+        out.raw(texts.tX.view());
+        out.raw(runs_.afterTX2);
+        out.line(texts.tY2.view());
+    }
 
 private:
-    LineWriter file_;
-    double handle_ = 800;
+    // One of the five texts as Windows-1252 bytes.
+    struct Text {
+        char bytes[NumberPattern::kUtf8Room];
+        int length = 0;
+        QByteArray slow; // when it came the long way
+
+        std::string_view view() const {
+            return slow.isNull() ? std::string_view(bytes, std::size_t(length))
+                                 : std::string_view(slow.constData(), std::size_t(slow.size()));
+        }
+    };
+    struct Texts {
+        Text sX, sY, sZ, tX, tY2;
+    };
+
+    void slowTexts(const PointRecord& point, Texts& texts) {
+        const PointTexts slow = pointTexts(point, settings_.nbDec, settings_.height);
+        texts.sX.slow = EncodeCp1252(slow.sX);
+        texts.sY.slow = EncodeCp1252(slow.sY);
+        texts.sZ.slow = EncodeCp1252(slow.sZ);
+        texts.tX.slow = EncodeCp1252(slow.tX);
+        texts.tY2.slow = EncodeCp1252(slow.tY2);
+    }
+
+    // pointTexts worked out from the digits the display pattern writes, for
+    // a plain display pattern of at most three decimals, a regional decimal
+    // character "," or ".", and values of at most 15 digits. The display
+    // texts are never needed as texts, only read back:
+    // - fileCoordinate reads the display text in the regional format, which
+    //   gives the double nearest its decimal, and writes it with three
+    //   decimals: the same digits (a double keeps 15 of them), zero padded,
+    //   "-" only when not zero; its comma made a point;
+    // - anchorOf reads it with Val, which stops at a comma but not at a
+    //   point, writes that with three decimals and reads it back in the
+    //   regional format: the whole part, or the same decimal, with "-" only
+    //   when not zero.
+    // False (nothing decided) where a value falls outside this.
+    bool quickTexts(const PointRecord& point, Texts& texts) {
+        if (!quick_)
+            return false;
+        Written x, y, z;
+        if (!display(point.X, x) || !display(point.Y, y) ||
+            (!settings_.flat && !display(point.Z, z)))
+            return false;
+        writeCoordinate(x, texts.sX);
+        writeCoordinate(y, texts.sY);
+        if (!settings_.flat)
+            writeCoordinate(z, texts.sZ);
+        const double aX = anchor(x);
+        const double aY = anchor(y);
+        return anchorTexts(aX + 0.75 * settings_.height,
+                           aY - (settings_.height + 0.75 * settings_.height), texts);
+    }
+
+    // The display digits scaled to three decimals, or false when they are
+    // more than 15.
+    bool display(double value, Written& written) const {
+        written.negative = value < 0;
+        if (!display_.fixedParts(value, written.whole, written.fraction))
+            return false;
+        const int scale = 3 - plain_->decimals;
+        if (written.whole >= kWholePowers[12])
+            return false;
+        written.fraction *= kWholePowers[scale];
+        return true;
+    }
+
+    static void writeCoordinate(const Written& value, Text& text) {
+        char* p = text.bytes;
+        if (value.negative && (value.whole != 0 || value.fraction != 0))
+            *p++ = '-';
+        char digits[20];
+        int n = 0;
+        std::uint64_t whole = value.whole;
+        do {
+            digits[n++] = char('0' + whole % 10);
+            whole /= 10;
+        } while (whole != 0);
+        while (n > 0)
+            *p++ = digits[--n];
+        *p++ = '.';
+        *p++ = char('0' + value.fraction / 100);
+        *p++ = char('0' + value.fraction / 10 % 10);
+        *p++ = char('0' + value.fraction % 10);
+        text.length = int(p - text.bytes);
+    }
+
+    double anchor(const Written& value) const {
+        if (settings_.format.decimal == u'.') {
+            const double magnitude = double(value.whole * 1000 + value.fraction) / 1000.0;
+            return value.negative && (value.whole != 0 || value.fraction != 0) ? -magnitude
+                                                                               : magnitude;
+        }
+        const double whole = double(value.whole);
+        return value.negative && value.whole != 0 ? -whole : whole;
+    }
+
+    // Format(value, "0.000") as ASCII bytes.
+    bool threeDecimals(double value, Text& text) const {
+        text.length = threeDecimals_.writeUtf8(value, text.bytes);
+        return text.length >= 0;
+    }
+
+    static bool firstCommaToPoint(Text& text) {
+        for (int i = 0; i < text.length; ++i) {
+            if (text.bytes[i] == ',') {
+                text.bytes[i] = '.';
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool anchorTexts(double tX, double tY2, Texts& texts) const {
+        if (!threeDecimals(tX, texts.tX) || !threeDecimals(tY2, texts.tY2))
+            return false;
+        // The second anchor is converted only when the first had a comma.
+        if (firstCommaToPoint(texts.tX))
+            firstCommaToPoint(texts.tY2);
+        return true;
+    }
+
+    const EntitySettings& settings_;
+    EntityRuns runs_;
+    NumberPattern display_;
+    NumberPattern threeDecimals_;
+    std::optional<PlainPattern> plain_;
+    bool quick_;
 };
+
+// Points put into text side by side, a block at a time, then written in order.
+constexpr std::size_t kBlockPoints = 1 << 14;
 
 } // namespace
 
@@ -104,58 +395,88 @@ void WriteDxfFile(CommandContext& context, const QString& path) {
     // Errors from here on are not trapped either: the hourglass is still up
     // when they are reported.
     try {
-        DxfLines dxf(path);
-        dxf.group(u"0", u"SECTION");
-        dxf.group(u"2", u"ENTITIES");
+        LineWriter file(path);
+        LineBlock header;
+        header.line("0");
+        header.line("SECTION");
+        header.line("2");
+        header.line("ENTITIES");
+        file.writeBytes(header.view());
         context.window.setCountLabel(kCaption);
 
         // Both flavours (Dxf_Format) get the same file; the layers are the
         // in-memory settings, possibly empty.
-        const QString pointLayer = settings.Calque_Point.toText();
-        const QString nameLayer = settings.Calque_Matricule.toText();
-        const QString heightLayer =
-            settings.Calque_Z.toText().isEmpty() ? QStringLiteral("2") : settings.Calque_Z.toText();
-        const bool flat = TrimSpaces(settings.Fich_Dim.toText()) == u"2D";
+        EntitySettings entities;
+        entities.pointLayer = EncodeCp1252(settings.Calque_Point.toText());
+        entities.nameLayer = EncodeCp1252(settings.Calque_Matricule.toText());
+        entities.heightLayer =
+            EncodeCp1252(settings.Calque_Z.toText().isEmpty() ? QStringLiteral("2")
+                                                              : settings.Calque_Z.toText());
+        entities.reply = EncodeCp1252(reply);
+        entities.flat = TrimSpaces(settings.Fich_Dim.toText()) == u"2D";
         // The flat elevation is the number 0 printed, blanks included.
-        const QString flatElevation = NumericPrint(0);
-        const QString total = DefaultText(state.PointCount);
+        entities.flatElevation = EncodeCp1252(NumericPrint(0));
+        entities.height = height;
+        entities.nbDec = settings.NbDec;
+        entities.format = NumberFormat::current();
+        const QString total = QLatin1Char('/') + DefaultText(state.PointCount);
 
-        for (double i = 0; i <= state.PointCount - 1; i += 1) {
-            const PointRecord& point = state.Points[static_cast<std::size_t>(i)];
-            PointTexts texts = pointTexts(point, settings.NbDec, height);
-            if (flat)
-                texts.sZ = flatElevation;
+        // The points 0 to PointCount - 1, as a loop over a double counts them.
+        const std::size_t count =
+            state.PointCount - 1 >= 0
+                ? static_cast<std::size_t>(std::floor(state.PointCount - 1)) + 1
+                : 0;
 
-            dxf.entityStart(u"POINT", pointLayer);
-            dxf.group(u"62", u"7");
-            dxf.group(u"10", texts.sX);
-            dxf.group(u"20", texts.sY);
-            dxf.group(u"30", texts.sZ);
-
-            dxf.entityStart(u"TEXT", nameLayer);
-            dxf.group(u"62", u"5");
-            dxf.group(u"10", texts.tX);
-            dxf.group(u"20", texts.sY);
-            dxf.group(u"40", reply); // as typed, "1,5" included
-            dxf.group(u"1", point.Matricule);
-
-            dxf.entityStart(u"TEXT", heightLayer);
-            dxf.group(u"62", u"1");
-            dxf.group(u"40", reply);
-            dxf.group(u"41", u"0.75");
-            dxf.group(u"51", u"10");
-            dxf.group(u"1", texts.sZ);
-            dxf.group(u"10", texts.tX);
-            dxf.group(u"20", texts.tY2);
-
-            context.progress.setCaption(kPointCaption + DefaultText(i + 1) + u'/' + total);
+        struct Part {
+            LineBlock text;
+            std::vector<std::size_t> ends; // where each point's entities end
+            std::exception_ptr error;      // the point after the last one done failed
+        };
+        std::vector<Part> parts(PartsFor(std::min(count, kBlockPoints), 2048));
+        for (std::size_t first = 0; first < count; first += kBlockPoints) {
+            const std::size_t blockCount = std::min(kBlockPoints, count - first);
+            ForEachPart(blockCount, parts.size(),
+                        [&](std::size_t part, std::size_t begin, std::size_t end) {
+                            Part& out = parts[part];
+                            out.text.bytes.clear();
+                            out.ends.clear();
+                            out.error = nullptr;
+                            EntityWriter writer(entities);
+                            try {
+                                for (std::size_t i = first + begin; i < first + end; ++i) {
+                                    writer.write(out.text, state.Points[i], double(i));
+                                    out.ends.push_back(out.text.bytes.size());
+                                }
+                            } catch (...) {
+                                out.error = std::current_exception();
+                            }
+                        });
+            // In order: each point's lines, then its caption; a point that
+            // failed stops the file after the points before it.
+            std::size_t index = first;
+            for (Part& part : parts) {
+                std::size_t written = 0;
+                for (std::size_t end : part.ends) {
+                    file.writeBytes(
+                        QByteArrayView(part.text.bytes.data() + written, qsizetype(end - written)));
+                    written = end;
+                    context.progress.setCountCaption(kPointCaption, double(index) + 1, total);
+                    ++index;
+                }
+                if (part.error)
+                    std::rethrow_exception(part.error);
+            }
         }
 
-        dxf.group(u"0", u"ENDSEC");
-        dxf.group(u"0", u"EOF");
+        LineBlock footer;
+        footer.line("0");
+        footer.line("ENDSEC");
+        footer.line("0");
+        footer.line("EOF");
         // The end-of-file mark of old text files, on a line of its own.
-        dxf.line(QStringView(u"\x1A"));
-        dxf.close();
+        footer.line("\x1A");
+        file.writeBytes(footer.view());
+        file.close();
     } catch (...) {
         // Show the last progress caption while the error is reported.
         context.progress.flush();

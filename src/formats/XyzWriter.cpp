@@ -43,40 +43,39 @@ void writeAllPoints(CommandContext& context, const QString& fileName) {
     const QString other = settings.Separateur_Autre_Ecr.toText();
     const QString separator = other.isEmpty() ? settings.Separateur_Ecr.toText() : other;
     const bool flat = settings.Fich_Dim.toText() == u"2D";
-    const QString total = DefaultText(state.PointCount);
+    const QString total = QLatin1Char('/') + DefaultText(state.PointCount);
+    const NumberFormat format = NumberFormat::current();
+    // Never grouped here, whatever SepSys says.
+    const NumberPattern pattern(settings.NbDec, format);
 
-    QString line;
+    TextBuffer line;
+    auto append = [&](QStringView text) { line.append(text.utf16(), text.size()); };
     // The step after the last pass is checked too: with exactly 32,768 points
     // every line is written and then the overflow is reported.
     for (int16_t i = 0; i <= last; i = nextCounter(i)) {
         const PointRecord& point = state.Points[static_cast<std::size_t>(i)];
-        QString x, y, z;
-        if (!writeUnformatted(context.settings)) {
-            // Never grouped here, whatever SepSys says.
-            x = Format(point.X, settings.NbDec);
-            y = Format(point.Y, settings.NbDec);
-            z = Format(point.Z, settings.NbDec);
-        } else {
-            // Ticked means the default number text, not the display format:
-            // that is what files written with the box ticked have always held.
-            x = DefaultText(point.X);
-            y = DefaultText(point.Y);
-            z = DefaultText(point.Z);
-        }
-        if (flat)
-            z = QStringLiteral("0.000"); // written as it stands, whatever the decimal character
-
         line.clear();
-        line += point.Matricule;
-        line += separator;
-        line += x;
-        line += separator;
-        line += y;
-        line += separator;
-        line += z;
-        file.writeLine(line);
+        append(point.Matricule);
+        const bool unformatted = writeUnformatted(context.settings);
+        for (double value : {point.X, point.Y}) {
+            append(separator);
+            if (!unformatted)
+                pattern.append(line, value);
+            else
+                // Ticked means the default number text, not the display format:
+                // that is what files written with the box ticked have always held.
+                AppendDefaultText(line, value, format);
+        }
+        append(separator);
+        if (flat)
+            append(u"0.000"); // written as it stands, whatever the decimal character
+        else if (!unformatted)
+            pattern.append(line, point.Z);
+        else
+            AppendDefaultText(line, point.Z, format);
+        file.writeLine(QStringView(line.constData(), line.size()));
 
-        context.progress.setCaption(kPointCaption + DefaultText(double(i) + 1) + u'/' + total);
+        context.progress.setCountCaption(kPointCaption, double(i) + 1, total);
     }
     file.close();
 }

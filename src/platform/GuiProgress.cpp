@@ -1,5 +1,7 @@
 #include "platform/GuiProgress.h"
 
+#include "platform/NumberText.h"
+
 #include <QCoreApplication>
 
 namespace platform {
@@ -17,15 +19,34 @@ GuiProgress::GuiProgress(std::function<void(const QString&)> showCaption)
 
 GuiProgress::~GuiProgress() = default;
 
-void GuiProgress::flush() {
-    if (captionPending_ && showCaption_)
-        showCaption_(pendingCaption_);
+void GuiProgress::showPending() {
+    if (captionPending_ && showCaption_) {
+        if (countPending_)
+            showCaption_(pendingCaption_ + DefaultText(pendingCount_) + pendingSuffix_);
+        else
+            showCaption_(pendingCaption_);
+    }
     captionPending_ = false;
+}
+
+void GuiProgress::flush() {
+    showPending();
 }
 
 void GuiProgress::setCaption(const QString& caption) {
     pendingCaption_ = caption;
     captionPending_ = true;
+    countPending_ = false;
+    tick();
+}
+
+void GuiProgress::setCountCaption(const QString& prefix, double count, const QString& suffix) {
+    // Shared copies, not new texts: this runs for every point.
+    pendingCaption_ = prefix;
+    pendingSuffix_ = suffix;
+    pendingCount_ = count;
+    captionPending_ = true;
+    countPending_ = true;
     tick();
 }
 
@@ -37,10 +58,7 @@ void GuiProgress::tick() {
 }
 
 void GuiProgress::pump() {
-    if (captionPending_ && showCaption_) {
-        showCaption_(pendingCaption_);
-        captionPending_ = false;
-    }
+    showPending();
     QCoreApplication::processEvents();
     const qint64 gap = sincePump_.restart();
     if (gap > longestGap_)

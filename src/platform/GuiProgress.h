@@ -17,6 +17,7 @@ public:
     ~GuiProgress() override;
 
     void setCaption(const QString& caption) override;
+    void setCountCaption(const QString& prefix, double count, const QString& suffix) override;
     void tick() override;
     void flush() override;
 
@@ -25,10 +26,15 @@ public:
 
 private:
     void pump();
+    void showPending();
 
     std::function<void(const QString&)> showCaption_;
     QString pendingCaption_;
     bool captionPending_ = false;
+    // A count caption not yet put together: pendingCaption_ is the prefix.
+    bool countPending_ = false;
+    double pendingCount_ = 0;
+    QString pendingSuffix_;
     QElapsedTimer sincePump_;
     qint64 longestGap_ = 0;
     unsigned ticks_ = 0;

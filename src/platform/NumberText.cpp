@@ -4,6 +4,8 @@
 
 #include <QLocale>
 #include <QVarLengthArray>
+#include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -26,40 +28,202 @@ struct SignificantDigits {
     bool zero;
 };
 
-SignificantDigits significantDigits(double magnitude, int precision) {
-    SignificantDigits result{};
-    result.count = precision;
-    char text[40];
-    // Scientific with precision-1 decimals is "d.ddd...e+XX", as printf's %.*e.
-    const auto written = std::to_chars(text, text + sizeof text, magnitude,
-                                       std::chars_format::scientific, precision - 1);
+// Splits to_chars' scientific text "d.ddde+XX" into its digits and exponent.
+int splitScientific(const char* text, const char* end, SignificantDigits& result) {
     const char* p = text;
     int n = 0;
-    for (; p != written.ptr && *p != 'e'; ++p) {
+    for (; p != end && *p != 'e'; ++p) {
         if (*p >= '0' && *p <= '9')
             result.digits[n++] = *p;
     }
     int exponent = 0;
-    std::from_chars(p + 1 + (p[1] == '+' ? 1 : 0), written.ptr, exponent);
+    std::from_chars(p + 1 + (p[1] == '+' ? 1 : 0), end, exponent);
     result.exponent = exponent;
+    return n;
+}
+
+constexpr std::uint64_t kPowersOfTen[20] = {1ULL,
+                                            10ULL,
+                                            100ULL,
+                                            1000ULL,
+                                            10000ULL,
+                                            100000ULL,
+                                            1000000ULL,
+                                            10000000ULL,
+                                            100000000ULL,
+                                            1000000000ULL,
+                                            10000000000ULL,
+                                            100000000000ULL,
+                                            1000000000000ULL,
+                                            10000000000000ULL,
+                                            100000000000000ULL,
+                                            1000000000000000ULL,
+                                            10000000000000000ULL,
+                                            100000000000000000ULL,
+                                            1000000000000000000ULL,
+                                            10000000000000000000ULL};
+
+// The 15 significant digits of a magnitude from 10^-5 up to 10^15, the values
+// of survey files, in integer arithmetic: the double is m * 2^-shift exactly,
+// so m * 10^(14-e) shifted right is the value scaled to 15 integer digits,
+// and the bits shifted out decide the rounding, to even on an exact tie as
+// printf does. Gives the digits as one integer, the first at 10^exponent;
+// false outside that range.
+bool fifteenDigits(double magnitude, std::uint64_t& digits, int& exponent) {
+    if (!(magnitude >= 1e-5 && magnitude < 1e15))
+        return false;
+    const auto bits = std::bit_cast<std::uint64_t>(magnitude);
+    const int biased = static_cast<int>(bits >> 52);
+    const std::uint64_t mantissa = (bits & ((1ULL << 52) - 1)) | (1ULL << 52);
+    const int shift = 1075 - biased; // from 3 to 69 over this range
+    // floor(log10(2^k)) for the binary exponent k: the decimal exponent or
+    // one below it, which one comparison mostly settles (the powers below 1
+    // are not exact doubles: the loop below still has the last word).
+    static constexpr double kTens[21] = {1e-5, 1e-4, 1e-3, 1e-2, 1e-1, 1e0,  1e1,
+                                         1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,
+                                         1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    int e = std::clamp(((biased - 1023) * 78913) >> 18, -5, 14);
+    if (magnitude >= kTens[e + 6])
+        ++e;
+    using Wide = unsigned __int128;
+    Wide scaled;
+    for (;;) {
+        const Wide product = Wide(mantissa) * kPowersOfTen[14 - e];
+        scaled = product >> shift;
+        if (scaled >= kPowersOfTen[15] && e < 14) {
+            ++e;
+            continue;
+        }
+        if (scaled < kPowersOfTen[14] && e > -5) {
+            --e;
+            continue;
+        }
+        const Wide rest = product & ((Wide(1) << shift) - 1);
+        const Wide half = Wide(1) << (shift - 1);
+        if (rest > half || (rest == half && (scaled & 1) != 0))
+            ++scaled;
+        break;
+    }
+    digits = static_cast<std::uint64_t>(scaled);
+    if (digits == kPowersOfTen[15]) { // 9.99...95 rounded up a decade
+        digits = kPowersOfTen[14];
+        ++e;
+    }
+    exponent = e;
+    return true;
+}
+
+// x / 10^k with a constant divisor in each case: the compiler turns each into
+// a multiplication, which the hardware does many times faster than a division.
+std::uint64_t dividedByPowerOfTen(std::uint64_t x, int k) {
+    switch (k) {
+#define TOVALIN_CASE(n)                                                                            \
+    case n:                                                                                        \
+        return x / kPowersOfTen[n];
+        TOVALIN_CASE(0)
+        TOVALIN_CASE(1)
+        TOVALIN_CASE(2)
+        TOVALIN_CASE(3)
+        TOVALIN_CASE(4)
+        TOVALIN_CASE(5)
+        TOVALIN_CASE(6)
+        TOVALIN_CASE(7)
+        TOVALIN_CASE(8)
+        TOVALIN_CASE(9)
+        TOVALIN_CASE(10)
+        TOVALIN_CASE(11)
+        TOVALIN_CASE(12)
+        TOVALIN_CASE(13)
+        TOVALIN_CASE(14)
+        TOVALIN_CASE(15)
+        TOVALIN_CASE(16)
+        TOVALIN_CASE(17)
+        TOVALIN_CASE(18)
+        TOVALIN_CASE(19)
+#undef TOVALIN_CASE
+    }
+    return 0; // k is always one of the cases
+}
+
+constexpr char kDigitPairs[] = "00010203040506070809101112131415161718192021222324"
+                               "25262728293031323334353637383940414243444546474849"
+                               "50515253545556575859606162636465666768697071727374"
+                               "75767778798081828384858687888990919293949596979899";
+
+// The decimal digits of value into the count units ending at end.
+template <typename Unit> void writeDigitUnits(Unit* end, int count, std::uint64_t value) {
+    // In 32 bits while the value fits: the usual case, and cheaper.
+    for (; count >= 2 && value > 0xFFFFFFFFu; count -= 2) {
+        const auto pair = static_cast<unsigned>(value % 100) * 2;
+        value /= 100;
+        *--end = Unit(kDigitPairs[pair + 1]);
+        *--end = Unit(kDigitPairs[pair]);
+    }
+    auto small = static_cast<std::uint32_t>(value);
+    for (; count >= 2; count -= 2) {
+        const auto pair = (small % 100) * 2;
+        small /= 100;
+        *--end = Unit(kDigitPairs[pair + 1]);
+        *--end = Unit(kDigitPairs[pair]);
+    }
+    if (count == 1)
+        *--end = Unit('0' + small % 10);
+}
+
+// Decimal digits of a value above zero: the bit length gives the count or
+// one more.
+int digitCount(std::uint64_t value) {
+    const int guess = (std::bit_width(value) * 1233) >> 12;
+    return guess + (value >= kPowersOfTen[guess] ? 1 : 0);
+}
+
+SignificantDigits significantDigits(double magnitude, int precision) {
+    SignificantDigits result{};
+    result.count = precision;
+    std::uint64_t digits;
+    int exponent;
+    if (precision == 15 && fifteenDigits(magnitude, digits, exponent)) {
+        writeDigitUnits(result.digits + 15, 15, digits);
+        result.exponent = exponent;
+        return result;
+    }
+    char text[40];
+    // The shortest text that reads back as the value is much cheaper to get
+    // than a fixed count of digits. When it has no more digits than asked
+    // for, it is that correctly rounded text padded with zeros: for a normal
+    // double, decimals of 15 or fewer digits lie farther apart than the
+    // doubles do, so no other one can be nearer the value. Not so for
+    // subnormals, whose spacing is fixed: those take the long way.
+    if (magnitude == 0 || magnitude >= std::numeric_limits<double>::min()) {
+        const auto shortest =
+            std::to_chars(text, text + sizeof text, magnitude, std::chars_format::scientific);
+        const int n = splitScientific(text, shortest.ptr, result);
+        if (n <= precision) {
+            std::fill(result.digits + n, result.digits + precision, '0');
+            result.zero = result.digits[0] == '0';
+            return result;
+        }
+    }
+    // Scientific with precision-1 decimals is "d.ddd...e+XX", as printf's %.*e.
+    const auto written = std::to_chars(text, text + sizeof text, magnitude,
+                                       std::chars_format::scientific, precision - 1);
+    splitScientific(text, written.ptr, result);
     result.zero = result.digits[0] == '0';
     return result;
 }
 
-using Utf16Buffer = QVarLengthArray<char16_t, 64>;
-
-QString toQString(const Utf16Buffer& buffer) {
+QString toQString(const TextBuffer& buffer) {
     return QString(reinterpret_cast<const QChar*>(buffer.constData()), buffer.size());
 }
 
-void appendLatin1(Utf16Buffer& out, const char* text) {
+void appendLatin1(TextBuffer& out, const char* text) {
     for (; *text; ++text)
         out.append(char16_t(*text));
 }
 
 // The text printf's %G would give for infinities and NaN; they never come from
 // parsing, but must still show as something.
-bool appendNonFinite(Utf16Buffer& out, double value) {
+bool appendNonFinite(TextBuffer& out, double value) {
     if (std::isnan(value)) {
         appendLatin1(out, "NAN");
         return true;
@@ -71,20 +235,42 @@ bool appendNonFinite(Utf16Buffer& out, double value) {
     return false;
 }
 
+// Whole numbers below 10^15 are written with all their digits by %.15G, and
+// nothing else: the handles, counters and point numbers the files carry.
+// Returns false for any other value.
+bool appendWholeNumber(TextBuffer& out, double value) {
+    if (!(std::fabs(value) < 1e15) || value != std::trunc(value) || value == 0)
+        return false;
+    if (value < 0)
+        out.append(u'-');
+    auto whole = static_cast<unsigned long long>(std::fabs(value));
+    char16_t digits[16];
+    int n = 0;
+    do {
+        digits[n++] = char16_t(u'0' + whole % 10);
+        whole /= 10;
+    } while (whole != 0);
+    while (n > 0)
+        out.append(digits[--n]);
+    return true;
+}
+
 // %.<precision>G with the regional decimal character; negative zero shows "0".
-QString generalText(double value, int precision, QChar decimal) {
-    Utf16Buffer out;
+void appendGeneral(TextBuffer& out, double value, int precision, char16_t dec) {
     if (appendNonFinite(out, value))
-        return toQString(out);
-    if (value == 0)
-        return QStringLiteral("0");
+        return;
+    if (value == 0) {
+        out.append(u'0');
+        return;
+    }
+    if (precision == 15 && appendWholeNumber(out, value))
+        return;
     if (value < 0)
         out.append(u'-');
     const SignificantDigits d = significantDigits(std::fabs(value), precision);
     int used = d.count;
     while (used > 1 && d.digits[used - 1] == '0')
         --used;
-    const char16_t dec = decimal.unicode();
     const int e = d.exponent;
     if (e < -4 || e >= precision) {
         out.append(char16_t(d.digits[0]));
@@ -119,48 +305,16 @@ QString generalText(double value, int precision, QChar decimal) {
         for (int i = 0; i < used; ++i)
             out.append(char16_t(d.digits[i]));
     }
+}
+
+QString generalText(double value, int precision, QChar decimal) {
+    TextBuffer out;
+    appendGeneral(out, value, precision, decimal.unicode());
     return toQString(out);
 }
 
-// ---------------------------------------------------------------------------
-// Pattern formatting
-
-struct Pattern {
-    bool hasPlaceholder = false;
-    bool hasDecimalPoint = false;
-    bool grouping = false;
-    int integerZeros = 0;      // '0' placeholders before the decimal point
-    int decimals = 0;          // placeholders after it
-    int mandatoryDecimals = 0; // up to the last '0' placeholder after it
-    qsizetype firstPlaceholder = -1;
-};
-
-Pattern parsePattern(QStringView pattern) {
-    Pattern p;
-    for (qsizetype i = 0; i < pattern.size(); ++i) {
-        const char16_t c = pattern[i].unicode();
-        if (c == u'0' || c == u'#') {
-            if (!p.hasPlaceholder)
-                p.firstPlaceholder = i;
-            p.hasPlaceholder = true;
-            if (p.hasDecimalPoint) {
-                ++p.decimals;
-                if (c == u'0')
-                    p.mandatoryDecimals = p.decimals;
-            } else if (c == u'0') {
-                ++p.integerZeros;
-            }
-        } else if (c == u'.' && !p.hasDecimalPoint) {
-            p.hasDecimalPoint = true;
-        } else if (c == u',' && !p.hasDecimalPoint) {
-            p.grouping = true;
-        }
-    }
-    return p;
-}
-
-// Copies the pattern's ordinary characters on one side of the number.
-void appendLiterals(Utf16Buffer& out, QStringView pattern, qsizetype from, qsizetype to) {
+// The pattern's ordinary characters on one side of the number.
+void collectLiterals(std::u16string& out, QStringView pattern, qsizetype from, qsizetype to) {
     bool pointSeen = false;
     // The decimal point state must be known from the pattern's start.
     for (qsizetype i = 0; i < from; ++i) {
@@ -177,17 +331,186 @@ void appendLiterals(Utf16Buffer& out, QStringView pattern, qsizetype from, qsize
         }
         if (c == u',' && !pointSeen)
             continue;
-        out.append(c);
+        out.push_back(c);
     }
 }
 
-QString formatNumber(double value, QStringView pattern, const NumberFormat& fmt) {
-    const Pattern p = parsePattern(pattern);
-    if (!p.hasPlaceholder)
-        return DefaultText(value, fmt);
-    Utf16Buffer out;
+} // namespace
+
+// ---------------------------------------------------------------------------
+// Pattern formatting
+
+NumberPattern::NumberPattern(QStringView pattern, const NumberFormat& fmt)
+    : decimal_(fmt.decimal.unicode()), group_(fmt.group.unicode()) {
+    qsizetype firstPlaceholder = -1;
+    for (qsizetype i = 0; i < pattern.size(); ++i) {
+        const char16_t c = pattern[i].unicode();
+        if (c == u'0' || c == u'#') {
+            if (!hasPlaceholder_)
+                firstPlaceholder = i;
+            hasPlaceholder_ = true;
+            if (hasDecimalPoint_) {
+                ++decimals_;
+                if (c == u'0')
+                    mandatoryDecimals_ = decimals_;
+            } else if (c == u'0') {
+                ++integerZeros_;
+            }
+        } else if (c == u'.' && !hasDecimalPoint_) {
+            hasDecimalPoint_ = true;
+        } else if (c == u',' && !hasDecimalPoint_) {
+            grouping_ = true;
+        }
+    }
+    if (hasPlaceholder_) {
+        collectLiterals(prefix_, pattern, 0, firstPlaceholder);
+        collectLiterals(suffix_, pattern, firstPlaceholder, pattern.size());
+    }
+    // The regional characters in UTF-8, for writeUtf8.
+    auto utf8Of = [](char16_t c, char* out) {
+        if (c < 0x80) {
+            out[0] = char(c);
+            return 1;
+        }
+        if (c < 0x800) {
+            out[0] = char(0xC0 | (c >> 6));
+            out[1] = char(0x80 | (c & 0x3F));
+            return 2;
+        }
+        out[0] = char(0xE0 | (c >> 12));
+        out[1] = char(0x80 | ((c >> 6) & 0x3F));
+        out[2] = char(0x80 | (c & 0x3F));
+        return 3;
+    };
+    decimal8Size_ = utf8Of(decimal_, decimal8_);
+    group8Size_ = utf8Of(group_, group8_);
+    // A lone surrogate has no UTF-8 form: such a character stays on the long way.
+    utf8Ready_ = hasPlaceholder_ && prefix_.empty() && suffix_.empty() &&
+                 !QChar::isSurrogate(decimal_) && !(grouping_ && QChar::isSurrogate(group_));
+    ascii_ = decimal_ < 0x80 && (!grouping_ || group_ < 0x80);
+}
+
+QString NumberPattern::format(double value) const {
+    TextBuffer out;
+    append(out, value);
+    return toQString(out);
+}
+
+// The same digits as below in integer arithmetic, for the values of survey
+// files: the 15 significant digits as one integer, rounded half up to the
+// pattern's decimals by adding half of the last unit kept, which carries
+// exactly as rounding the digit text does. Gives the whole part and the
+// decimals as integers; false outside the range this covers.
+bool NumberPattern::fixedParts(double value, std::uint64_t& whole, std::uint64_t& fraction) const {
+    if (decimals_ > 19)
+        return false;
+    if (value == 0) {
+        whole = 0;
+        fraction = 0;
+        return true;
+    }
+    std::uint64_t digits;
+    int exponent;
+    if (!fifteenDigits(std::fabs(value), digits, exponent))
+        return false;
+    const int kept = exponent + 1 + decimals_; // digits up to the last decimal
+    if (kept > 19)
+        return false;
+    std::uint64_t units; // the value in units of the last decimal, rounded
+    if (kept >= 15)
+        units = digits * kPowersOfTen[kept - 15];
+    else if (kept > 0)
+        units = dividedByPowerOfTen(digits + 5 * kPowersOfTen[14 - kept], 15 - kept);
+    else if (kept == 0)
+        units = digits >= 5 * kPowersOfTen[14] ? 1 : 0;
+    else
+        units = 0;
+    whole = dividedByPowerOfTen(units, decimals_);
+    fraction = units - whole * kPowersOfTen[decimals_];
+    return true;
+}
+
+// Writes the number from its parts in the pattern's layout, in UTF-16 or
+// UTF-8 units: sign, leading zeros, grouped whole digits, decimals without
+// the optional zeros at their end. Returns the end of what was written.
+template <typename Unit>
+Unit* NumberPattern::writeFixed(Unit* p, bool negative, std::uint64_t whole, std::uint64_t fraction,
+                                const Characters<Unit>& characters) const {
+    if (negative)
+        *p++ = Unit('-');
+    // Short texts, copied unit by unit: a call to copy them costs more.
+    for (const Unit c : characters.prefix)
+        *p++ = c;
+    const int significant = whole == 0 ? 0 : digitCount(whole);
+    const int integerDigits = std::max(significant, integerZeros_);
+    const int padding = integerDigits - significant;
+    if (!grouping_) {
+        for (int i = 0; i < padding; ++i)
+            *p++ = Unit('0');
+        writeDigitUnits(p + significant, significant, whole);
+        p += significant;
+    } else {
+        char digits[20];
+        writeDigitUnits(digits + significant, significant, whole);
+        for (int i = 0; i < integerDigits; ++i) {
+            if (i > 0 && (integerDigits - i) % 3 == 0)
+                for (const Unit c : characters.group)
+                    *p++ = c;
+            *p++ = i < padding ? Unit('0') : Unit(digits[i - padding]);
+        }
+    }
+    if (hasDecimalPoint_) {
+        for (const Unit c : characters.decimal)
+            *p++ = c;
+        int decimals = decimals_;
+        // Optional decimals are dropped while they are zeros.
+        while (decimals > mandatoryDecimals_ && fraction % 10 == 0) {
+            fraction /= 10;
+            --decimals;
+        }
+        writeDigitUnits(p + decimals, decimals, fraction);
+        p += decimals;
+    }
+    for (const Unit c : characters.suffix)
+        *p++ = c;
+    return p;
+}
+
+bool NumberPattern::appendFixed(TextBuffer& out, double value) const {
+    std::uint64_t whole;
+    std::uint64_t fraction;
+    if (!fixedParts(value, whole, fraction))
+        return false;
+    const qsizetype start = out.size();
+    out.resize(start + 2 + qsizetype(prefix_.size() + suffix_.size()) + 19 + 6 + decimals_);
+    const Characters<char16_t> characters{prefix_, suffix_, std::u16string_view(&decimal_, 1),
+                                          std::u16string_view(&group_, 1)};
+    char16_t* end = writeFixed(out.data() + start, value < 0, whole, fraction, characters);
+    out.resize(end - out.data());
+    return true;
+}
+
+int NumberPattern::writeUtf8(double value, char* out) const {
+    std::uint64_t whole;
+    std::uint64_t fraction;
+    if (!utf8Ready_ || !fixedParts(value, whole, fraction))
+        return -1;
+    const Characters<char> characters{{},
+                                      {},
+                                      std::string_view(decimal8_, std::size_t(decimal8Size_)),
+                                      std::string_view(group8_, std::size_t(group8Size_))};
+    return int(writeFixed(out, value < 0, whole, fraction, characters) - out);
+}
+
+void NumberPattern::append(TextBuffer& out, double value) const {
+    if (!hasPlaceholder_) {
+        appendGeneral(out, value, 15, decimal_);
+        return;
+    }
     if (appendNonFinite(out, value))
-        return toQString(out);
+        return;
+    if (appendFixed(out, value))
+        return;
 
     // Rounding works on the 15-digit decimal text, half away from zero, so that
     // 1.0005 rounds up although its binary value lies just below the half.
@@ -196,7 +519,7 @@ QString formatNumber(double value, QStringView pattern, const NumberFormat& fmt)
     int length = 0;       // digits in rounded[], rounded[0] at 10^top
     int top = d.exponent; // meaningful only when length > 0
     if (!d.zero) {
-        const int kept = d.exponent + 1 + p.decimals;
+        const int kept = d.exponent + 1 + decimals_;
         if (kept >= d.count) {
             length = d.count;
             std::copy(d.digits, d.digits + d.count, rounded);
@@ -204,7 +527,7 @@ QString formatNumber(double value, QStringView pattern, const NumberFormat& fmt)
             if (d.digits[0] >= '5') {
                 rounded[0] = '1';
                 length = 1;
-                top = -p.decimals;
+                top = -decimals_;
             }
         } else if (kept > 0) {
             length = kept;
@@ -228,29 +551,34 @@ QString formatNumber(double value, QStringView pattern, const NumberFormat& fmt)
         return (length > 0 && index >= 0 && index < length) ? char16_t(rounded[index]) : u'0';
     };
 
-    if (value < 0)
-        out.append(u'-');
-    appendLiterals(out, pattern, 0, p.firstPlaceholder);
-
     const int significantInteger = (length > 0 && top >= 0) ? top + 1 : 0;
-    const int integerDigits = std::max(significantInteger, p.integerZeros);
-    const char16_t group = fmt.group.unicode();
+    const int integerDigits = std::max(significantInteger, integerZeros_);
+    // Written in place: room for the longest text this can give.
+    const qsizetype start = out.size();
+    out.resize(start + 2 + qsizetype(prefix_.size() + suffix_.size()) + integerDigits +
+               integerDigits / 3 + decimals_);
+    char16_t* p = out.data() + start;
+    if (value < 0)
+        *p++ = u'-';
+    p = std::copy(prefix_.begin(), prefix_.end(), p);
     for (int i = 0; i < integerDigits; ++i) {
-        if (p.grouping && i > 0 && (integerDigits - i) % 3 == 0)
-            out.append(group);
-        out.append(digitAt(integerDigits - 1 - i));
+        if (grouping_ && i > 0 && (integerDigits - i) % 3 == 0)
+            *p++ = group_;
+        *p++ = digitAt(integerDigits - 1 - i);
     }
-    if (p.hasDecimalPoint) {
-        out.append(fmt.decimal.unicode());
-        int decimals = p.decimals;
-        while (decimals > p.mandatoryDecimals && digitAt(-decimals) == u'0')
+    if (hasDecimalPoint_) {
+        *p++ = decimal_;
+        int decimals = decimals_;
+        while (decimals > mandatoryDecimals_ && digitAt(-decimals) == u'0')
             --decimals;
         for (int i = 1; i <= decimals; ++i)
-            out.append(digitAt(-i));
+            *p++ = digitAt(-i);
     }
-    appendLiterals(out, pattern, p.firstPlaceholder, pattern.size());
-    return toQString(out);
+    p = std::copy(suffix_.begin(), suffix_.end(), p);
+    out.resize(p - out.data());
 }
+
+namespace {
 
 // ---------------------------------------------------------------------------
 // Text to number
@@ -444,68 +772,67 @@ template <typename Int> Int roundHalfEven(double value) {
     return static_cast<Int>(whole);
 }
 
-} // namespace
-
-// ---------------------------------------------------------------------------
-
-NumberFormat NumberFormat::current() {
-    // Asked for every formatted cell: the characters are looked up again only
-    // when the default locale has changed.
-    thread_local QLocale cachedLocale(QLocale::C);
-    thread_local NumberFormat cached{QLatin1Char('.'), QLatin1Char(',')};
-    const QLocale locale;
-    if (!(locale == cachedLocale)) {
-        const QString decimal = locale.decimalPoint();
-        const QString group = locale.groupSeparator();
-        cached.decimal = decimal.isEmpty() ? QLatin1Char('.') : decimal.at(0);
-        cached.group = group.isEmpty() ? QChar(u'\u00A0') : group.at(0);
-        cachedLocale = locale;
+// The text as the files usually hold it: a sign, digits and at most one point,
+// nothing else, and short enough to stay in range. The value is what the
+// general reading gives (which only adds a leading zero).
+template <typename Char> bool plainNumber(const Char* s, qsizetype n, double& value) {
+    if (n == 0 || n > 40)
+        return false;
+    const bool negative = s[0] == '-';
+    qsizetype i = (s[0] == '+' || s[0] == '-') ? 1 : 0;
+    const qsizetype digitsStart = i;
+    auto isDigit = [](auto c) { return c >= '0' && c <= '9'; };
+    // Zeros in front count for nothing; then the whole part and the decimals.
+    while (i < n && s[i] == '0')
+        ++i;
+    const qsizetype zeros = i - digitsStart;
+    std::uint64_t whole = 0;
+    for (; i < n && isDigit(s[i]); ++i)
+        whole = whole * 10 + std::uint64_t(s[i] - '0');
+    int decimals = -1; // digits after the point, -1 without a point
+    int significant = int(i - digitsStart - zeros);
+    if (i < n && s[i] == '.') {
+        const qsizetype point = i++;
+        if (significant == 0) {
+            // Zeros after the point, before the first digit, count for nothing either.
+            while (i < n && s[i] == '0')
+                ++i;
+        }
+        const qsizetype first = i;
+        for (; i < n && isDigit(s[i]); ++i)
+            whole = whole * 10 + std::uint64_t(s[i] - '0');
+        significant += int(i - first);
+        decimals = int(i - point - 1);
     }
-    return cached;
+    if (i != n)
+        return false;
+    const qsizetype digits = n - digitsStart - (decimals >= 0 ? 1 : 0);
+    if (digits == 0)
+        return false;
+    if (significant <= 15 && decimals <= 22) {
+        // Digits and power of ten are both exact doubles, so one division
+        // rounds correctly, as from_chars does.
+        static constexpr double kExactPowers[23] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+        const double magnitude = double(whole) / kExactPowers[std::max(decimals, 0)];
+        value = negative ? -magnitude : magnitude;
+        return true;
+    }
+    char text[48];
+    int k = 0;
+    if (negative)
+        text[k++] = '-';
+    for (i = digitsStart; i < n; ++i)
+        text[k++] = static_cast<char>(s[i]);
+    std::from_chars(text, text + k, value);
+    return true;
 }
 
-void installRegionalFormat() {
-    QLocale locale = QLocale::system();
-    if (locale.language() == QLocale::C || locale.name() == QLatin1String("C") ||
-        locale.name() == QLatin1String("POSIX"))
-        locale = QLocale(QLocale::French, QLocale::France);
-    QLocale::setDefault(locale);
-}
-
-QString Format(double value, QStringView pattern) {
-    return formatNumber(value, pattern, NumberFormat::current());
-}
-
-QString Format(double value, QStringView pattern, const NumberFormat& fmt) {
-    return formatNumber(value, pattern, fmt);
-}
-
-QString Format(const QString& text, QStringView pattern) {
-    double value = 0;
-    if (readLocaleNumber(text, value) != Conversion::Ok)
-        return text;
-    return formatNumber(value, pattern, NumberFormat::current());
-}
-
-QString DefaultText(double value) {
-    return generalText(value, 15, NumberFormat::current().decimal);
-}
-
-QString DefaultText(double value, const NumberFormat& fmt) {
-    return generalText(value, 15, fmt.decimal);
-}
-
-QString DefaultTextFloat(float value) {
-    return generalText(double(value), 7, NumberFormat::current().decimal);
-}
-
-QString NumericPrint(double value) {
-    return QLatin1Char(' ') + DefaultText(value) + QLatin1Char(' ');
-}
-
-double Val(QStringView text) {
-    const char16_t* s = text.utf16();
-    const qsizetype n = text.size();
+// Val over UTF-16 units or single bytes: only ASCII characters take part.
+template <typename Char> double leadingNumber(const Char* s, qsizetype n) {
+    if (double plain = 0; plainNumber(s, n, plain))
+        return plain;
     qsizetype i = 0;
     auto skipBlanks = [&] {
         while (i < n && (s[i] == u' ' || s[i] == u'\t'))
@@ -570,6 +897,77 @@ double Val(QStringView text) {
     return value;
 }
 
+} // namespace
+
+// ---------------------------------------------------------------------------
+
+NumberFormat NumberFormat::current() {
+    // Asked for every formatted cell: the characters are looked up again only
+    // when the default locale has changed.
+    thread_local QLocale cachedLocale(QLocale::C);
+    thread_local NumberFormat cached{QLatin1Char('.'), QLatin1Char(',')};
+    const QLocale locale;
+    if (!(locale == cachedLocale)) {
+        const QString decimal = locale.decimalPoint();
+        const QString group = locale.groupSeparator();
+        cached.decimal = decimal.isEmpty() ? QLatin1Char('.') : decimal.at(0);
+        cached.group = group.isEmpty() ? QChar(u'\u00A0') : group.at(0);
+        cachedLocale = locale;
+    }
+    return cached;
+}
+
+void installRegionalFormat() {
+    QLocale locale = QLocale::system();
+    if (locale.language() == QLocale::C || locale.name() == QLatin1String("C") ||
+        locale.name() == QLatin1String("POSIX"))
+        locale = QLocale(QLocale::French, QLocale::France);
+    QLocale::setDefault(locale);
+}
+
+QString Format(double value, QStringView pattern) {
+    return NumberPattern(pattern, NumberFormat::current()).format(value);
+}
+
+QString Format(double value, QStringView pattern, const NumberFormat& fmt) {
+    return NumberPattern(pattern, fmt).format(value);
+}
+
+QString Format(const QString& text, QStringView pattern) {
+    double value = 0;
+    if (readLocaleNumber(text, value) != Conversion::Ok)
+        return text;
+    return NumberPattern(pattern, NumberFormat::current()).format(value);
+}
+
+QString DefaultText(double value) {
+    return generalText(value, 15, NumberFormat::current().decimal);
+}
+
+QString DefaultText(double value, const NumberFormat& fmt) {
+    return generalText(value, 15, fmt.decimal);
+}
+
+void AppendDefaultText(TextBuffer& out, double value, const NumberFormat& fmt) {
+    appendGeneral(out, value, 15, fmt.decimal.unicode());
+}
+
+QString DefaultTextFloat(float value) {
+    return generalText(double(value), 7, NumberFormat::current().decimal);
+}
+
+QString NumericPrint(double value) {
+    return QLatin1Char(' ') + DefaultText(value) + QLatin1Char(' ');
+}
+
+double Val(QStringView text) {
+    return leadingNumber(text.utf16(), text.size());
+}
+
+double Val(QLatin1StringView text) {
+    return leadingNumber(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+}
+
 double CDbl(QStringView text) {
     double value = 0;
     raise(readLocaleNumber(text, value));
@@ -589,6 +987,13 @@ int16_t CInt(QStringView text) {
 
 int32_t CLng(QStringView text) {
     return ToInt32(CDbl(text));
+}
+
+bool ReadLocaleNumber(QStringView text, const NumberFormat& fmt, double& value) {
+    AsciiNumber gathered;
+    if (!gatherLocaleNumber(text, fmt, gathered))
+        return false;
+    return convert(gathered, value) == Conversion::Ok;
 }
 
 bool IsNumeric(QStringView text) {

@@ -1,8 +1,13 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QByteArray>
 #include <QString>
 #include <QStringView>
+#include <QVarLengthArray>
+#include <cstdint>
+#include <memory>
+#include <string>
 #include <vector>
 
 namespace platform {
@@ -14,10 +19,55 @@ namespace platform {
 class PointGridModel : public QAbstractTableModel {
     Q_OBJECT
 public:
+    // Row texts kept compactly: each row is one run of bytes in large shared
+    // blocks (see the source), found through an 8-byte reference.
+    class RowStore {
+    public:
+        RowStore() = default;
+        RowStore(RowStore&&) noexcept = default;
+        RowStore& operator=(RowStore&&) noexcept = default;
+
+        // Builds one row after the other: the cells of a row, then endRow().
+        void appendCell(QStringView text);
+        // A cell given as UTF-8 (valid, as QString::toUtf8 writes it).
+        void appendCellUtf8(const char* text, qsizetype length);
+        void endRow();
+        // One row from tab-separated text, as addItem takes it.
+        void addRow(QStringView tabSeparated, int cols);
+        // Room for about that many bytes of rows in one block.
+        void reserveBytes(std::size_t bytes);
+        std::size_t rowCount() const { return refs_.size(); }
+
+    private:
+        friend class PointGridModel;
+        struct Ref {
+            std::uint32_t block;
+            std::uint32_t offset;
+        };
+        struct Block {
+            std::unique_ptr<char[]> bytes;
+            std::size_t size = 0;
+            std::size_t used = 0;
+        };
+        static constexpr std::uint32_t kNoBlock = 0xFFFFFFFF;
+
+        // Where a row's bytes go; may start a new block.
+        char* room(std::size_t size, Ref& ref);
+        Ref store(const char* bytes, std::size_t size);
+        void append(RowStore&& other);
+        void clear();
+        std::size_t usedBytes() const;
+
+        std::vector<Block> blocks_;
+        std::vector<Ref> refs_;
+        QVarLengthArray<char, 256> pending_; // the cells of the row being built
+        bool pendingWide_ = false;
+    };
+
     explicit PointGridModel(int cols = 4, QObject* parent = nullptr);
 
     // Grid operations.
-    int rows() const { return static_cast<int>(rows_.size()); }
+    int rows() const { return static_cast<int>(rows_.refs_.size()); }
     void setRows(int count); // 1 keeps only the header row; new rows are empty
     int cols() const { return cols_; }
     int fixedRows() const { return fixedRows_; }
@@ -39,6 +89,16 @@ public:
     // Bulk rebuild: keeps the header row and replaces every other row by
     // the given tab-separated row texts, with one model reset.
     void replacePointRows(std::vector<QString> tabSeparatedRows);
+    // The same from rows already built, possibly on other threads: the parts
+    // are taken in order, each row's cells as they were appended (cells past
+    // the grid's columns are never read).
+    void adoptPointRows(std::vector<RowStore> parts);
+
+    // Appends textMatrix(row, col).toUtf8() to out, without the QString.
+    void appendCellUtf8(int row, int col, QByteArray& out) const;
+    // The same for the cells 0 to count - 1 of a row, separator between them.
+    void appendRowUtf8(int row, int count, char separator, QByteArray& out) const;
+    void appendRowUtf8(int row, int count, char separator, std::string& out) const;
 
     // Qt model: grid rows from fixedRows() on are the model's rows.
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -48,9 +108,11 @@ public:
                         int role = Qt::DisplayRole) const override;
 
 private:
-    // Each row is kept as one text, every cell prefixed by its length (see the
-    // source): compact for a million rows, and any cell text survives.
-    std::vector<QString> rows_;
+    void replaceRow(int row, const QVarLengthArray<char, 256>& encoded);
+    void compactIfWasteful();
+
+    RowStore rows_;
+    std::size_t wasted_ = 0; // bytes of rows replaced or removed
     std::vector<int> colWidths_;
     int cols_;
     int fixedRows_ = 0;

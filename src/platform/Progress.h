@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/NumberText.h"
+
 #include <QString>
 
 namespace platform {
@@ -11,6 +13,10 @@ class Progress {
 public:
     virtual ~Progress() = default;
     virtual void setCaption(const QString& caption) = 0;
+    // The caption prefix + the default text of count + suffix ("Point 12/40").
+    // Loops call it for every point; implementations that show only some of
+    // the captions put the text together only for those.
+    virtual void setCountCaption(const QString& prefix, double count, const QString& suffix);
     // Called once per item; cheap.
     virtual void tick() = 0;
     // Shows the newest caption now (before an error box, so the caption
@@ -18,10 +24,15 @@ public:
     virtual void flush() {}
 };
 
+inline void Progress::setCountCaption(const QString& prefix, double count, const QString& suffix) {
+    setCaption(prefix + DefaultText(count) + suffix);
+}
+
 // Does nothing: commands run without a window.
 class NoProgress : public Progress {
 public:
     void setCaption(const QString&) override {}
+    void setCountCaption(const QString&, double, const QString&) override {}
     void tick() override {}
 };
 

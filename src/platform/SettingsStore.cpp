@@ -6,6 +6,8 @@
 #include <QHash>
 #include <QSettings>
 #include <QStringList>
+#include <atomic>
+#include <sys/stat.h>
 
 namespace platform {
 
@@ -184,28 +186,67 @@ QString settingsText(const QVariant& value) {
     return value.toString();
 }
 
+// Bumped by every write of any store of this process, so that another store
+// reading the same file takes the change in even within one clock tick.
+std::atomic<unsigned> writesInProcess{0};
+
+// What tells one state of the file from another: asked for every value read,
+// so it is one system call, no Qt object.
+struct FileStamp {
+    bool exists = false;
+    struct timespec modified {};
+    off_t size = -1;
+    ino_t inode = 0;
+    dev_t device = 0;
+    unsigned writes = 0;
+
+    static FileStamp of(const QByteArray& path) {
+        FileStamp stamp;
+        stamp.writes = writesInProcess.load(std::memory_order_acquire);
+        struct stat info;
+        if (::stat(path.constData(), &info) == 0) {
+            stamp.exists = true;
+            stamp.modified = info.st_mtim;
+            stamp.size = info.st_size;
+            stamp.inode = info.st_ino;
+            stamp.device = info.st_dev;
+        }
+        return stamp;
+    }
+    bool operator==(const FileStamp& other) const {
+        return exists == other.exists && modified.tv_sec == other.modified.tv_sec &&
+               modified.tv_nsec == other.modified.tv_nsec && size == other.size &&
+               inode == other.inode && device == other.device && writes == other.writes;
+    }
+};
+
 } // namespace
 
 struct IniSettingsStore::Impl {
     QSettings settings{QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Tovalin"),
                        QStringLiteral("Tovalin")};
+    QByteArray path = QFile::encodeName(settings.fileName());
     // The file's values, read again whenever the file changes.
     mutable QHash<QString, QString> values;
     mutable bool loaded = false;
-    mutable QDateTime stampTime;
-    mutable qint64 stampSize = -1;
+    mutable FileStamp stamp;
+    // The last key asked for and its place: loops ask for the same setting
+    // again and again (the XYZ writer, for every point).
+    mutable QString lastSection, lastKey;
+    mutable const QString* lastValue = nullptr;
+    mutable bool lastFound = false;
 
-    const QHash<QString, QString>& current() const {
-        const QFileInfo info(settings.fileName());
-        const QDateTime time = info.exists() ? info.lastModified() : QDateTime();
-        const qint64 size = info.exists() ? info.size() : -1;
-        if (!loaded || time != stampTime || size != stampSize) {
+    void refresh() const {
+        const FileStamp now = FileStamp::of(path);
+        if (!loaded || !(now == stamp)) {
             values = parseIniFile(settings.fileName());
-            stampTime = time;
-            stampSize = size;
+            stamp = now;
             loaded = true;
+            lastSection.clear();
+            lastKey.clear();
+            lastValue = nullptr;
+            lastFound = false;
         }
-        return values;
     }
 };
 
@@ -220,7 +261,21 @@ IniSettingsStore::~IniSettingsStore() {
 
 QString IniSettingsStore::value(const QString& section, const QString& key,
                                 const QString& defaultValue) const {
-    return impl_->current().value(settingsKey(section, key), defaultValue);
+    Impl& d = *impl_;
+    d.refresh();
+    if (d.lastValue == nullptr || section != d.lastSection || key != d.lastKey) {
+        const auto found = d.values.constFind(settingsKey(section, key));
+        d.lastFound = found != d.values.constEnd();
+        d.lastValue = d.lastFound ? &found.value() : nullptr;
+        d.lastSection = section;
+        d.lastKey = key;
+        if (!d.lastFound) {
+            // Remembered as absent; the default is the caller's.
+            static const QString absent;
+            d.lastValue = &absent;
+        }
+    }
+    return d.lastFound ? *d.lastValue : defaultValue;
 }
 
 void IniSettingsStore::setValue(const QString& section, const QString& key, const QString& value) {
@@ -237,6 +292,7 @@ void IniSettingsStore::setValue(const QString& section, const QString& key, cons
     // Written at once: the command-line converter reads the same file.
     settings.sync();
     impl_->loaded = false;
+    writesInProcess.fetch_add(1, std::memory_order_acq_rel);
 }
 
 QString IniSettingsStore::fileName() const {

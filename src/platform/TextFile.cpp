@@ -1,11 +1,13 @@
 #include "platform/TextFile.h"
 
 #include "platform/NumberText.h"
+#include "platform/Parallel.h"
 #include "platform/RuntimeError.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -126,10 +128,48 @@ void openFile(QFile& file, const QString& fileName, bool forWriting) {
     }
 }
 
+// Reads size bytes from offset 0 into data: large files in pieces side by
+// side, each thread paying for the memory it fills. False when the file gave
+// fewer bytes than that (it shrank meanwhile).
+bool readInParts(int fd, char* data, qint64 size) {
+    const std::size_t parts = PartsFor(std::size_t(size), std::size_t(8) << 20);
+    std::vector<char> complete(parts, 0);
+    ForEachPart(std::size_t(size), parts,
+                [&](std::size_t part, std::size_t begin, std::size_t end) {
+                    while (begin < end) {
+                        const ssize_t read = ::pread(fd, data + begin, end - begin, off_t(begin));
+                        if (read < 0 && errno == EINTR)
+                            continue;
+                        if (read <= 0)
+                            return;
+                        begin += std::size_t(read);
+                    }
+                    complete[part] = 1;
+                });
+    return std::all_of(complete.begin(), complete.end(), [](char done) { return done != 0; });
+}
+
 QByteArray readWholeFile(const QString& fileName) {
     QFile file;
     openFile(file, fileName, false);
-    QByteArray data = file.readAll();
+    // Straight into a buffer of the file's size; whatever the file holds past
+    // that size (it may be growing) is read as readAll would.
+    QByteArray data;
+    const qint64 expected = file.size();
+    if (expected > 0) {
+        data.resize(expected);
+        if (readInParts(file.handle(), data.data(), expected) && file.seek(expected)) {
+            data += file.readAll();
+        } else {
+            // A file that changed while it was read: once more, in order.
+            data.clear();
+            if (!file.seek(0))
+                throw RuntimeError(RuntimeError::DeviceIo);
+            data = file.readAll();
+        }
+    } else {
+        data = file.readAll();
+    }
     if (file.error() != QFileDevice::NoError)
         throw RuntimeError(RuntimeError::DeviceIo);
     return data;
@@ -178,6 +218,24 @@ QString DecodeCp1252(QByteArrayView bytes) {
     return decodeRange(bytes.data(), bytes.size());
 }
 
+void DecodeCp1252(QByteArrayView bytes, QChar* out) {
+    decodeInto(bytes.data(), bytes.size(), out);
+}
+
+void AppendCp1252(QByteArray& out, QStringView text) {
+    const qsizetype used = out.size();
+    out.resize(used + text.size());
+    out.resize(used + encodeInto(text, out.data() + used));
+}
+
+qsizetype EncodeCp1252(QStringView text, char* out) {
+    return encodeInto(text, out);
+}
+
+QChar DecodeCp1252Byte(char byte) {
+    return QChar(kDecode[static_cast<unsigned char>(byte)]);
+}
+
 QByteArray EncodeCp1252(QStringView text) {
     QByteArray bytes(text.size(), Qt::Uninitialized);
     bytes.truncate(encodeInto(text, bytes.data()));
@@ -189,20 +247,24 @@ QByteArray EncodeCp1252(QStringView text) {
 LineReader::LineReader(const QString& fileName) : data_(readWholeFile(fileName)) {}
 
 QString LineReader::readLine() {
+    const QByteArrayView line = readRawLine();
+    return decodeRange(line.data(), line.size());
+}
+
+QByteArrayView LineReader::readRawLine() {
     if (atEnd())
         throw RuntimeError(RuntimeError::InputPastEnd);
     const char* begin = data_.constData() + pos_;
     const qsizetype left = data_.size() - pos_;
     const void* cr = std::memchr(begin, '\r', static_cast<size_t>(left));
     const qsizetype length = cr ? static_cast<const char*>(cr) - begin : left;
-    QString line = decodeRange(begin, length);
     pos_ += length;
     if (pos_ < data_.size()) {
         ++pos_; // the CR
         if (pos_ < data_.size() && data_.at(pos_) == '\n')
             ++pos_;
     }
-    return line;
+    return QByteArrayView(begin, length);
 }
 
 // ---------------------------------------------------------------------------
@@ -248,6 +310,24 @@ void LineWriter::writeLine(QStringView text) {
         flush();
 }
 
+void LineWriter::writeBytes(QByteArrayView bytes) {
+    if (impl_->closed)
+        throw RuntimeError(RuntimeError::BadFileName);
+    QByteArray& buffer = impl_->buffer;
+    // Block by block, so a failing disk stops the file where whole lines
+    // would have stopped it.
+    while (!bytes.isEmpty()) {
+        const qsizetype used = buffer.size();
+        const qsizetype taken =
+            std::min(std::max<qsizetype>(kWriteBufferSize - used, 0), bytes.size());
+        buffer.resize(used + taken);
+        std::memcpy(buffer.data() + used, bytes.data(), std::size_t(taken));
+        bytes = bytes.sliced(taken);
+        if (buffer.size() >= kWriteBufferSize)
+            flush();
+    }
+}
+
 void LineWriter::close() {
     if (impl_->closed)
         return;
@@ -287,59 +367,29 @@ QString Field::text() const {
 
 FieldReader::FieldReader(const QString& fileName) : data_(readWholeFile(fileName)) {}
 
-Field FieldReader::readField() {
-    if (atEnd())
-        throw RuntimeError(RuntimeError::InputPastEnd);
+RawField FieldReader::readQuotedField(qsizetype i) {
     const char* d = data_.constData();
     const qsizetype n = data_.size();
-    qsizetype i = pos_;
-    while (i < n && (d[i] == ' ' || d[i] == '\t'))
+    const qsizetype start = ++i;
+    const void* quote = std::memchr(d + start, '"', static_cast<size_t>(n - start));
+    const qsizetype end = quote ? static_cast<const char*>(quote) - d : n;
+    i = quote ? end + 1 : n;
+    // Whatever follows the closing quote up to the delimiter is dropped.
+    while (i < n && !isFieldDelimiter(d[i]))
         ++i;
+    pos_ = consumeDelimiter(i);
+    return RawField{d + start, end - start, true};
+}
 
-    auto isLineEnd = [](char c) { return c == '\r' || c == '\n'; };
-    Field field;
-    if (i < n && d[i] == '"') {
-        const qsizetype start = ++i;
-        const void* quote = std::memchr(d + start, '"', static_cast<size_t>(n - start));
-        const qsizetype end = quote ? static_cast<const char*>(quote) - d : n;
-        field = Field(decodeRange(d + start, end - start));
-        i = quote ? end + 1 : n;
-        // Whatever follows the closing quote up to the delimiter is dropped.
-        while (i < n && d[i] != ',' && !isLineEnd(d[i]))
-            ++i;
-    } else {
-        const qsizetype start = i;
-        while (i < n && d[i] != ',' && !isLineEnd(d[i]))
-            ++i;
-        qsizetype end = i;
-        while (end > start && d[end - 1] == ' ')
-            --end;
-        const qsizetype length = end - start;
-        QString text = decodeRange(d + start, length);
-        if (isInvariantNumber(d + start, length)) {
-            try {
-                field = Field(Val(text));
-            } catch (const RuntimeError&) {
-                field = Field(std::move(text)); // beyond the double range: stays a text
-            }
-        } else {
-            field = Field(std::move(text));
+Field FieldReader::fieldOf(const RawField& raw) {
+    if (!raw.quoted && isInvariantNumber(raw.text, raw.length)) {
+        try {
+            return Field(Val(QLatin1StringView(raw.text, raw.length)));
+        } catch (const RuntimeError&) {
+            // beyond the double range: stays a text
         }
     }
-
-    // Consume the delimiter: a comma, or one line end (CR LF counts as one).
-    // A comma leaves the line end after it for the next (empty) field.
-    if (i < n) {
-        if (d[i] == ',' || d[i] == '\n') {
-            ++i;
-        } else if (d[i] == '\r') {
-            ++i;
-            if (i < n && d[i] == '\n')
-                ++i;
-        }
-    }
-    pos_ = i;
-    return field;
+    return Field(decodeRange(raw.text, raw.length));
 }
 
 } // namespace platform

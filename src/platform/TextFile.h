@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/RuntimeError.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringView>
@@ -10,8 +12,17 @@ namespace platform {
 
 // Every byte to its character (the five undefined bytes to U+0081 etc.).
 QString DecodeCp1252(QByteArrayView bytes);
+// The same into out, which has room for bytes.size() characters.
+void DecodeCp1252(QByteArrayView bytes, QChar* out);
 // Every character to its byte; characters Windows-1252 lacks become '?'.
 QByteArray EncodeCp1252(QStringView text);
+// The same, appended to out: the writers build their blocks with it.
+void AppendCp1252(QByteArray& out, QStringView text);
+// The same into out, which has room for text.size() bytes; returns the count
+// written (fewer when surrogate pairs were met).
+qsizetype EncodeCp1252(QStringView text, char* out);
+// The character of one byte.
+QChar DecodeCp1252Byte(char byte);
 
 // Reads the whole file up front; errors while opening are run-time errors
 // (53 not found, 76 folder missing, 70 permission, 75 other access failures).
@@ -23,6 +34,11 @@ public:
     bool atEnd() const { return pos_ >= data_.size(); }
     // The next line without its line break; error 62 when at the end.
     QString readLine();
+    // The same line as the file's bytes, valid as long as the reader: for
+    // readers that decode only the parts they keep.
+    QByteArrayView readRawLine();
+    // Every byte of the file.
+    QByteArrayView bytes() const { return data_; }
 
     qsizetype size() const { return data_.size(); }
     qsizetype position() const { return pos_; }
@@ -43,6 +59,9 @@ public:
     LineWriter& operator=(const LineWriter&) = delete;
 
     void writeLine(QStringView text);
+    // Bytes already encoded, line breaks included: the blocks the writers
+    // build themselves.
+    void writeBytes(QByteArrayView bytes);
     // Flushes and closes; further writes are an error.
     void close();
 
@@ -71,6 +90,16 @@ private:
     std::variant<QString, double> value_;
 };
 
+// Where one field stands in the file, before it is made a Field: readers
+// that look at most fields only once can decide on the bytes.
+struct RawField {
+    const char* text = nullptr; // the field's bytes: between the quotes, or trimmed
+    qsizetype length = 0;
+    bool quoted = false;
+
+    QByteArrayView bytes() const { return QByteArrayView(text, length); }
+};
+
 // Comma-delimited fields; here a line also ends at a lone LF. Error 62 when a
 // field is read at the end of the file.
 class FieldReader {
@@ -78,9 +107,53 @@ public:
     explicit FieldReader(const QString& fileName);
 
     bool atEnd() const { return pos_ >= data_.size(); }
-    Field readField();
+    Field readField() { return fieldOf(readRawField()); }
+    // The next field where it stands (valid as long as the reader); error 62
+    // at the end, as readField. Inline: large files have tens of millions.
+    RawField readRawField() {
+        if (atEnd())
+            throw RuntimeError(RuntimeError::InputPastEnd);
+        const char* d = data_.constData();
+        const qsizetype n = data_.size();
+        qsizetype i = pos_;
+        while (i < n && (d[i] == ' ' || d[i] == '\t'))
+            ++i;
+        if (i < n && d[i] == '"')
+            return readQuotedField(i);
+        const qsizetype start = i;
+        while (i < n && !isFieldDelimiter(d[i]))
+            ++i;
+        qsizetype end = i;
+        while (end > start && d[end - 1] == ' ')
+            --end;
+        pos_ = consumeDelimiter(i);
+        return RawField{d + start, end - start, false};
+    }
+    static Field fieldOf(const RawField& raw);
+
+    qsizetype size() const { return data_.size(); }
+    qsizetype position() const { return pos_; }
 
 private:
+    static bool isFieldDelimiter(char c) { return (c == ',') | (c == '\r') | (c == '\n'); }
+    // Past the delimiter at i: a comma, or one line end (CR LF counts as
+    // one). A comma leaves the line end after it for the next (empty) field.
+    qsizetype consumeDelimiter(qsizetype i) const {
+        const char* d = data_.constData();
+        const qsizetype n = data_.size();
+        if (i < n) {
+            if (d[i] == ',' || d[i] == '\n') {
+                ++i;
+            } else if (d[i] == '\r') {
+                ++i;
+                if (i < n && d[i] == '\n')
+                    ++i;
+            }
+        }
+        return i;
+    }
+    RawField readQuotedField(qsizetype quote);
+
     QByteArray data_;
     qsizetype pos_ = 0;
 };

@@ -1,0 +1,223 @@
+#!/usr/bin/python3
+"""Runs every figure of the benchmark and prints one table.
+
+Called by bench/run.sh, which builds the programs and installs the peers;
+it can be run alone with the programs already built:
+
+    /usr/bin/python3 bench/bench.py --bin BUILD/bin [--runs 5] [--sizes 10000,100000,1000000]
+
+Each figure is run several times and its median kept. Our figures time the
+whole process (start-up included); numpy and pandas are timed on their
+loading call alone, and as a whole process (interpreter start and import
+included); ogr2ogr as a whole process. Peak memory is the process's largest
+resident size.
+"""
+import argparse
+import json
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+DATA = os.path.join(HERE, "data")
+RESULTS = os.path.join(HERE, "results")
+WRITER_LIMIT = 32768  # points the XYZ writer's 16-bit loop can write
+
+
+def run(command, env, stdout=subprocess.DEVNULL, check=True):
+    """Runs a process; returns (seconds, peak resident kilobytes, status)."""
+    start = time.perf_counter()
+    process = subprocess.Popen(command, env=env, stdout=stdout, stderr=subprocess.PIPE)
+    _, status, usage = os.wait4(process.pid, 0)
+    elapsed = time.perf_counter() - start
+    errors = process.stderr.read().decode("utf-8", "replace")
+    process.stderr.close()
+    code = os.waitstatus_to_exitcode(status)
+    if check and code != 0:
+        sys.exit("failed (%d): %s\n%s" % (code, " ".join(command), errors))
+    return elapsed, usage.ru_maxrss, code
+
+
+def median_of(runs, measure):
+    values = [measure() for _ in range(runs)]
+    return statistics.median(v[0] for v in values), statistics.median(v[1] for v in values)
+
+
+def make_data(sizes, cli, env):
+    """The XYZ files, the DXF files the program writes from them, and the
+    CSV files the GDAL peer reads."""
+    os.makedirs(DATA, exist_ok=True)
+    for count in sorted(set(sizes) | {WRITER_LIMIT}):
+        xyz = os.path.join(DATA, "points-%d.xyz" % count)
+        if not os.path.exists(xyz):
+            subprocess.run(["/usr/bin/python3", os.path.join(HERE, "make_points.py"),
+                            str(count), xyz], check=True)
+        if count == WRITER_LIMIT:
+            continue
+        dxf = os.path.join(DATA, "points-%d.dxf" % count)
+        if not os.path.exists(dxf):
+            run([cli, "convert", "--set", "Fich_Dim=3D", xyz, "-o", dxf], env)
+        csv = os.path.join(DATA, "points-%d.csv" % count)
+        if not os.path.exists(csv):
+            with open(xyz, encoding="ascii") as source, open(csv, "w", encoding="ascii") as out:
+                out.write("X,Y,Z\n")
+                for line in source:
+                    out.write(line.rstrip("\r\n").split(",", 1)[1] + "\n")
+
+
+def peer_call(imports, call):
+    """Times one loading call of numpy or pandas in a fresh interpreter:
+    the call alone, and the whole process (interpreter and imports too)."""
+    script = "import time\n%s\nstart = time.perf_counter()\n%s\nprint(time.perf_counter() - start)\n" % (
+        imports, call)
+    start = time.perf_counter()
+    output = subprocess.run(["/usr/bin/python3", "-c", script], check=True,
+                            capture_output=True, text=True).stdout
+    return float(output.split()[-1]), time.perf_counter() - start
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--bin", required=True, help="folder of tovalin-cli and tovalin-gui-bench")
+    parser.add_argument("--runs", type=int, default=5)
+    parser.add_argument("--sizes", default="10000,100000,1000000")
+    parser.add_argument("--no-peers", action="store_true")
+    parser.add_argument("--label", default="")
+    args = parser.parse_args()
+    sizes = [int(s) for s in args.sizes.split(",")]
+    cli = os.path.join(args.bin, "tovalin-cli")
+    gui = os.path.join(args.bin, "tovalin-gui-bench")
+
+    settings_home = tempfile.mkdtemp(prefix="tovalin-bench-")
+    env = dict(os.environ, XDG_CONFIG_HOME=settings_home, LC_ALL="C.UTF-8",
+               QT_QPA_PLATFORM="offscreen")
+    make_data(sizes, cli, env)
+    scratch = tempfile.mkdtemp(prefix="tovalin-bench-out-")
+    rows = []  # figure, size, ours (s), ours peak (MB), peer name, peer (s)
+
+    def xyz(count):
+        return os.path.join(DATA, "points-%d.xyz" % count)
+
+    def dxf(count):
+        return os.path.join(DATA, "points-%d.dxf" % count)
+
+    for count in sizes:
+        seconds, peak = median_of(args.runs, lambda: run([cli, "list", xyz(count)], env))
+        peers = []
+        if not args.no_peers:
+            numpy, numpy_process = median_of(args.runs, lambda: peer_call(
+                "import numpy",
+                "numpy.loadtxt(%r, usecols=(1, 2, 3), delimiter=',')" % xyz(count)))
+            pandas, pandas_process = median_of(args.runs, lambda: peer_call(
+                "import pandas",
+                "pandas.read_csv(%r, header=None)" % xyz(count)))
+            peers = [("numpy.loadtxt", numpy), ("  its process", numpy_process),
+                     ("pandas.read_csv", pandas), ("  its process", pandas_process)]
+        rows.append(("list XYZ", count, seconds, peak / 1024, peers))
+
+    for count in sizes:
+        target = os.path.join(scratch, "out-%d.dxf" % count)
+        seconds, peak = median_of(args.runs, lambda: run(
+            [cli, "convert", "--set", "Fich_Dim=3D", xyz(count), "-o", target], env))
+        peers = []
+        if not args.no_peers and shutil.which("ogr2ogr"):
+            csv = os.path.join(DATA, "points-%d.csv" % count)
+            peer_target = os.path.join(scratch, "ogr-%d.dxf" % count)
+
+            def ogr():
+                if os.path.exists(peer_target):
+                    os.remove(peer_target)
+                return run(["ogr2ogr", "-f", "DXF", peer_target, csv,
+                            "-oo", "X_POSSIBLE_NAMES=X", "-oo", "Y_POSSIBLE_NAMES=Y",
+                            "-oo", "Z_POSSIBLE_NAMES=Z"], env)
+            peers = [("ogr2ogr", median_of(args.runs, ogr)[0])]
+        rows.append(("convert XYZ->DXF", count, seconds, peak / 1024, peers))
+
+    for count in sizes:
+        seconds, peak = median_of(args.runs, lambda: run([cli, "list", dxf(count)], env))
+        rows.append(("list DXF", count, seconds, peak / 1024, []))
+
+    # The XYZ writer at its limit: every line is written, then the 16-bit
+    # loop's last step overflows and the run ends with that error (status 1).
+    limit_target = os.path.join(scratch, "limit.xyz")
+
+    def writer():
+        result = run([cli, "convert", "--to", "xyz", xyz(WRITER_LIMIT), "-o", limit_target],
+                     env, check=False)
+        with open(limit_target, "rb") as written:
+            lines = written.read().count(b"\r\n")
+        if lines != WRITER_LIMIT or result[2] != 1:
+            sys.exit("XYZ writer at its limit: %d lines, status %d" % (lines, result[2]))
+        return result
+    seconds, peak = median_of(args.runs, writer)
+    rows.append(("XYZ writer", WRITER_LIMIT, seconds, peak / 1024, []))
+
+    gui_rows = {}
+    if os.path.exists(gui):
+        for count in sizes:
+            samples = []
+            for _ in range(args.runs):
+                output = subprocess.run([gui, xyz(count), args.bin], env=env, check=True,
+                                        capture_output=True, text=True).stdout
+                samples.append(dict((k, float(v)) for k, v in
+                                    (line.split("\t") for line in output.splitlines())))
+            figures = {key: statistics.median(s[key] for s in samples) for key in samples[0]}
+            figures["worst_gap_ms"] = max(s["open_gap_ms"] for s in samples)
+            gui_rows[count] = figures
+            rows.append(("program: open until shown", count, figures["shown_ms"] / 1000,
+                         figures["peak_kb"] / 1024, []))
+            rows.append(("program: list rebuilt", count, figures["refresh_ms"] / 1000, None, []))
+            rows.append(("program: format rewrite", count, figures["format_ms"] / 1000, None, []))
+
+    shutil.rmtree(scratch, ignore_errors=True)
+    shutil.rmtree(settings_home, ignore_errors=True)
+
+    # The table.
+    print()
+    print("%-26s %9s %10s %9s  %-16s %10s %8s" %
+          ("figure", "points", "ours (s)", "peak MB", "peer", "peer (s)", "ratio"))
+    print("-" * 96)
+    for figure, count, seconds, peak, peers in rows:
+        peak_text = "%.0f" % peak if peak is not None else "-"
+        if not peers:
+            print("%-26s %9d %10.3f %9s  %-16s %10s %8s" %
+                  (figure, count, seconds, peak_text, "-", "-", "-"))
+        for i, (name, peer) in enumerate(peers):
+            print("%-26s %9s %10s %9s  %-16s %10.3f %8.2f" %
+                  (figure if i == 0 else "", count if i == 0 else "",
+                   "%.3f" % seconds if i == 0 else "", peak_text if i == 0 else "",
+                   name, peer, peer / seconds))
+    print("ratio = peer time / our time (above 1: we are faster)")
+    if gui_rows:
+        print()
+        print("program, longest stretch without processing events (worst of the runs):")
+        for count, figures in gui_rows.items():
+            print("  %9d points: %4.0f ms during the read, %4.0f ms until the list is shown" %
+                  (count, figures["read_gap_ms"], figures["worst_gap_ms"]))
+
+    # Cost per point at the largest size against the size before it.
+    print()
+    print("cost per point, largest size against the one before it (linear: within 30 %):")
+    by_figure = {}
+    for figure, count, seconds, _, _ in rows:
+        by_figure.setdefault(figure, {})[count] = seconds
+    for figure, times in by_figure.items():
+        counts = sorted(times)
+        if len(counts) < 2:
+            continue
+        big, small = counts[-1], counts[-2]
+        ratio = (times[big] / big) / (times[small] / small)
+        print("  %-26s %6.2f  %s" % (figure, ratio, "ok" if ratio <= 1.3 else "ABOVE"))
+
+    os.makedirs(RESULTS, exist_ok=True)
+    name = "results%s.json" % ("-" + args.label if args.label else "")
+    with open(os.path.join(RESULTS, name), "w") as out:
+        json.dump({"rows": rows, "program": gui_rows}, out, indent=1)
+
+
+if __name__ == "__main__":
+    main()
