@@ -105,22 +105,10 @@ struct PlainPattern {
     }
 };
 
-constexpr std::uint64_t kWholePowers[16] = {1ULL,
-                                            10ULL,
-                                            100ULL,
-                                            1000ULL,
-                                            10000ULL,
-                                            100000ULL,
-                                            1000000ULL,
-                                            10000000ULL,
-                                            100000000ULL,
-                                            1000000000ULL,
-                                            10000000000ULL,
-                                            100000000000ULL,
-                                            1000000000000ULL,
-                                            10000000000000ULL,
-                                            100000000000000ULL,
-                                            1000000000000000ULL};
+// Scales display decimals (at most three) up to three.
+constexpr std::uint64_t kDecimalScale[4] = {1ULL, 10ULL, 100ULL, 1000ULL};
+// Whole parts from here on would take the digits past 15.
+constexpr std::uint64_t kWholeLimit = 1000000000000ULL;
 
 // The lines of the file, built as bytes in a block.
 class LineBlock {
@@ -303,9 +291,9 @@ private:
         if (!display_.fixedParts(value, written.whole, written.fraction))
             return false;
         const int scale = 3 - plain_->decimals;
-        if (written.whole >= kWholePowers[12])
+        if (written.whole >= kWholeLimit)
             return false;
-        written.fraction *= kWholePowers[scale];
+        written.fraction *= kDecimalScale[scale];
         return true;
     }
 

@@ -1,5 +1,7 @@
 #include "Fixtures.h"
 
+#include <charconv>
+
 #include "TestSupport.h"
 
 #include "app/Startup.h"
@@ -83,6 +85,24 @@ QStringList memorySettings(const InMemorySettings& s) {
     for (const auto& [key, value] : values)
         out << QLatin1String(key) + u'=' + value->toText();
     out << QStringLiteral("NbDec=") + s.NbDec << QStringLiteral("SepSys=%1").arg(s.SepSys);
+    return out;
+}
+
+namespace {
+QString exactText(double value) {
+    value += 0.0;
+    char buffer[32];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return QString::fromLatin1(buffer, result.ptr - buffer);
+}
+} // namespace
+
+QStringList PointsAsText(const GestionDonnee& state) {
+    QStringList out;
+    for (int i = 0; i < static_cast<int>(state.PointCount); ++i) {
+        const PointRecord& p = state.Points[i];
+        out << p.Matricule + u'|' + exactText(p.X) + u'|' + exactText(p.Y) + u'|' + exactText(p.Z);
+    }
     return out;
 }
 

@@ -112,4 +112,8 @@ QStringList memorySettings(const InMemorySettings& settings);
 // Mail settings file with the site and support addresses on lines 7 and 8.
 inline const QByteArray mailFile = "1\r\n2\r\n3\r\n4\r\n5\r\n6\r\nsite\r\nmail\r\n";
 
+// Each point of the store as "Matricule|X|Y|Z", the coordinates in the
+// shortest text that reads back as exactly that double (both zeros as 0).
+QStringList PointsAsText(const GestionDonnee& state);
+
 } // namespace testing

@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "TestRunner.h"
 #include "TestSupport.h"
 
@@ -68,24 +69,6 @@ struct Run {
     CountingProgress progress;
     CommandContext context{state, dialogs, dialogs, files, settings, window, progress};
 };
-
-// The shortest text that reads back as exactly this double; both zeros as 0.
-QString exact(double value) {
-    value += 0.0;
-    char buffer[32];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    return QString::fromLatin1(buffer, result.ptr - buffer);
-}
-
-// "Matricule|X|Y|Z" per point of the store.
-QStringList describe(const GestionDonnee& state) {
-    QStringList out;
-    for (int i = 0; i < static_cast<int>(state.PointCount); ++i) {
-        const PointRecord& p = state.Points[i];
-        out << p.Matricule + u'|' + exact(p.X) + u'|' + exact(p.Y) + u'|' + exact(p.Z);
-    }
-    return out;
-}
 
 QStringList L(std::initializer_list<const char*> items) {
     QStringList list;
@@ -288,7 +271,7 @@ void TestDxfReader::readPoints() {
             Run run(numPtDxf);
             const QString path = writeDxf(dir, joinLines(lines, lineEnd));
             ReadDxfFile(run.context, path);
-            const QStringList points = describe(run.state);
+            const QStringList points = PointsAsText(run.state);
             const QStringList& expected = isFrench ? french : english;
             QVERIFY2(points == expected,
                      qPrintable(where + QStringLiteral(": ") + points.join(QStringLiteral("; ")) +
@@ -393,7 +376,7 @@ void TestDxfReader::fileAsTheProgramWritesIt() {
     QTemporaryDir dir;
     Run run(QStringLiteral("1"));
     ReadDxfFile(run.context, writeDxf(dir, writerFile(french, twoD)));
-    QCOMPARE(describe(run.state), expected);
+    QCOMPARE(PointsAsText(run.state), expected);
     QCOMPARE(run.state.Settings.Num_Pt_Dxf.toText(), QStringLiteral("8"));
 }
 
@@ -410,7 +393,7 @@ void TestDxfReader::numberingContinuesAcrossFiles() {
     Run run(QStringLiteral("7"));
     ReadDxfFile(run.context, first);
     ReadDxfFile(run.context, second);
-    QCOMPARE(describe(run.state), L({"7|1|2|3", "8|4|5|6", "9|7|8|9"}));
+    QCOMPARE(PointsAsText(run.state), L({"7|1|2|3", "8|4|5|6", "9|7|8|9"}));
     QCOMPARE(run.state.Settings.Num_Pt_Dxf.toText(), QStringLiteral("10"));
 
     // A failing third file keeps what was read before and the count so far.

@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "TestRunner.h"
 #include "TestSupport.h"
 
@@ -24,23 +25,6 @@ void apply(GestionDonnee& state, const ReadSettings& s) {
     state.Settings.Separateur_Autre_Lec = s.other;
     state.Settings.Inc_Num = s.incNum;
     state.Settings.Num_Premier_Pt = s.first;
-}
-
-// The shortest text that reads back as exactly this double.
-QString exact(double value) {
-    char buffer[32];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    return QString::fromLatin1(buffer, result.ptr - buffer);
-}
-
-// "Matricule|X|Y|Z" with exact coordinates, for comparison.
-QStringList describe(const GestionDonnee& state) {
-    QStringList out;
-    for (int i = 0; i < static_cast<int>(state.PointCount); ++i) {
-        const PointRecord& p = state.Points[i];
-        out << p.Matricule + u'|' + exact(p.X) + u'|' + exact(p.Y) + u'|' + exact(p.Z);
-    }
-    return out;
 }
 
 } // namespace
@@ -150,7 +134,7 @@ void TestXyzReader::readLines() {
         apply(state, ReadSettings{sep, other, incNum, QStringLiteral("0")});
         for (const QString& line : lines)
             ReadXyzLine(state, line);
-        QCOMPARE(describe(state), expected);
+        QCOMPARE(PointsAsText(state), expected);
         // The store keeps its empty slot behind the last point.
         QCOMPARE(state.Points.size(),
                  state.PointCount == 0 ? 0u : std::size_t(state.PointCount) + 1);
@@ -287,7 +271,7 @@ void TestXyzReader::readFile() {
     GestionDonnee state;
     apply(state, ReadSettings{});
     ReadXyzFile(state, file);
-    QCOMPARE(describe(state),
+    QCOMPARE(PointsAsText(state),
              (QStringList{QString::fromUtf8("Bé1|1|2|3"), "C2|4|5|6", "D3|7|8|9", "E4|1|1|1"}));
 }
 
