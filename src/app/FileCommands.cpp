@@ -18,6 +18,12 @@ QString BaseNameOf(const QString& title) {
 
 void OpenFile(CommandContext& context, const QString& fileName, const QString& fileTitle,
               FileFormat format) {
+    ReadPointFile(context, fileName, fileTitle, format);
+    context.state.RefreshPointList(context.progress);
+}
+
+void ReadPointFile(CommandContext& context, const QString& fileName, const QString& fileTitle,
+                   FileFormat format) {
     GestionDonnee& state = context.state;
     context.window.setCaption(captions::loading());
     if (format == FileFormat::Xyz)
@@ -34,7 +40,6 @@ void OpenFile(CommandContext& context, const QString& fileName, const QString& f
     context.window.setCaption(captions::afterOpen());
     // One less than the points in the store, as the label has always shown.
     context.window.setCountLabel(GestionDonnee::PointCountLabel(state.PointCount - 1));
-    state.RefreshPointList(context.progress);
 }
 
 FileFormat FormatOfName(const QString& fileName) {

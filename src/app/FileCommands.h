@@ -56,6 +56,10 @@ void SaveCommand(CommandContext& context);
 // names, the caption and count label, the list rebuilt.
 void OpenFile(CommandContext& context, const QString& fileName, const QString& fileTitle,
               FileFormat format);
+// The same but for the list, which is left as it was: for callers that make
+// the rows themselves (GestionDonnee::AppendPointRows) instead of keeping them.
+void ReadPointFile(CommandContext& context, const QString& fileName, const QString& fileTitle,
+                   FileFormat format);
 // The format of a file named outside the dialog: DXF for a name ending in
 // ".dxf" (any case), else XYZ.
 FileFormat FormatOfName(const QString& fileName);

@@ -58,8 +58,27 @@ void GestionDonnee::RefreshPointList() {
 }
 
 void GestionDonnee::RefreshPointList(platform::Progress& progress) {
-    using platform::PointGridModel;
     const auto count = static_cast<std::size_t>(PointCount);
+    // Parts of the list are built side by side and handed over in order.
+    // Chunks of rows go to whichever thread is free, so that the calling
+    // thread, which tells the progress, never waits long for the others.
+    constexpr std::size_t kChunkRows = 1 << 16;
+    const std::thread::id caller = std::this_thread::get_id();
+    std::vector<platform::PointGridModel::RowStore> parts((count + kChunkRows - 1) / kChunkRows);
+    platform::ForEachChunk(count, kChunkRows, platform::PartsFor(count),
+                           [&](std::size_t part, std::size_t begin, std::size_t end) {
+                               // The progress belongs to the calling thread.
+                               platform::NoProgress none;
+                               AppendPointRows(begin, end, parts[part],
+                                               std::this_thread::get_id() == caller ? progress
+                                                                                    : none);
+                           });
+    Grid.adoptPointRows(std::move(parts));
+}
+
+void GestionDonnee::AppendPointRows(std::size_t begin, std::size_t end,
+                                    platform::PointGridModel::RowStore& rows,
+                                    platform::Progress& progress) const {
     const platform::NumberFormat format = platform::NumberFormat::current();
     const platform::NumberPattern pattern(CoordinatePattern(), format);
     const int cols = Grid.cols();
@@ -71,63 +90,48 @@ void GestionDonnee::RefreshPointList(platform::Progress& progress) {
 
     // Each row is its tab-separated text cut at the tabs, as the list has
     // always been filled: a tab inside an identifier moves the cells along.
-    // Parts of the list are built side by side and handed over in order.
-    // Chunks of rows go to whichever thread is free, so that the calling
-    // thread, which tells the progress, never waits long for the others.
-    constexpr std::size_t kChunkRows = 1 << 16;
-    const std::thread::id caller = std::this_thread::get_id();
-    std::vector<PointGridModel::RowStore> parts((count + kChunkRows - 1) / kChunkRows);
-    platform::ForEachChunk(
-        count, kChunkRows, platform::PartsFor(count),
-        [&](std::size_t part, std::size_t begin, std::size_t end) {
-            PointGridModel::RowStore& rows = parts[part];
-            rows.reserveBytes((end - begin) * 48); // about what a row of survey values takes
-            const bool callerThread = std::this_thread::get_id() == caller;
-            platform::TextBuffer text;
-            auto appendCoordinate = [&](double value) {
-                const qsizetype start = text.size();
-                pattern.append(text, value);
-                // Blanks around the number (a pattern's own) are trimmed away.
-                qsizetype from = start;
-                qsizetype to = text.size();
-                while (from < to && text[from] == u' ')
-                    ++from;
-                while (to > from && text[to - 1] == u' ')
-                    --to;
-                if (from != start)
-                    std::copy(text.begin() + from, text.begin() + to, text.begin() + start);
-                text.resize(start + (to - from));
-            };
-            char cells[3][platform::NumberPattern::kUtf8Room];
-            int lengths[3];
-            for (std::size_t i = begin; i < end; ++i) {
-                // The progress belongs to the calling thread.
-                if (callerThread)
-                    progress.tick();
-                const PointRecord& point = Points[i];
-                if (quickRows && !point.Matricule.contains(u'\t') &&
-                    (lengths[0] = pattern.writeUtf8(point.X, cells[0])) >= 0 &&
-                    (lengths[1] = pattern.writeUtf8(point.Y, cells[1])) >= 0 &&
-                    (lengths[2] = pattern.writeUtf8(point.Z, cells[2])) >= 0) {
-                    rows.appendCell(point.Matricule);
-                    for (int c = 0; c < 3; ++c)
-                        rows.appendCellUtf8(cells[c], lengths[c]);
-                    rows.endRow();
-                    continue;
-                }
-                text.clear();
-                text.append(reinterpret_cast<const char16_t*>(point.Matricule.constData()),
-                            point.Matricule.size());
-                text.append(u'\t');
-                appendCoordinate(point.X);
-                text.append(u'\t');
-                appendCoordinate(point.Y);
-                text.append(u'\t');
-                appendCoordinate(point.Z);
-                rows.addRow(QStringView(text.constData(), text.size()), cols);
-            }
-        });
-    Grid.adoptPointRows(std::move(parts));
+    rows.reserveBytes((end - begin) * 48); // about what a row of survey values takes
+    platform::TextBuffer text;
+    auto appendCoordinate = [&](double value) {
+        const qsizetype start = text.size();
+        pattern.append(text, value);
+        // Blanks around the number (a pattern's own) are trimmed away.
+        qsizetype from = start;
+        qsizetype to = text.size();
+        while (from < to && text[from] == u' ')
+            ++from;
+        while (to > from && text[to - 1] == u' ')
+            --to;
+        if (from != start)
+            std::copy(text.begin() + from, text.begin() + to, text.begin() + start);
+        text.resize(start + (to - from));
+    };
+    char cells[3][platform::NumberPattern::kUtf8Room];
+    int lengths[3];
+    for (std::size_t i = begin; i < end; ++i) {
+        progress.tick();
+        const PointRecord& point = Points[i];
+        if (quickRows && !point.Matricule.contains(u'\t') &&
+            (lengths[0] = pattern.writeUtf8(point.X, cells[0])) >= 0 &&
+            (lengths[1] = pattern.writeUtf8(point.Y, cells[1])) >= 0 &&
+            (lengths[2] = pattern.writeUtf8(point.Z, cells[2])) >= 0) {
+            rows.appendCell(point.Matricule);
+            for (int c = 0; c < 3; ++c)
+                rows.appendCellUtf8(cells[c], lengths[c]);
+            rows.endRow();
+            continue;
+        }
+        text.clear();
+        text.append(reinterpret_cast<const char16_t*>(point.Matricule.constData()),
+                    point.Matricule.size());
+        text.append(u'\t');
+        appendCoordinate(point.X);
+        text.append(u'\t');
+        appendCoordinate(point.Y);
+        text.append(u'\t');
+        appendCoordinate(point.Z);
+        rows.addRow(QStringView(text.constData(), text.size()), cols);
+    }
 }
 
 QString GestionDonnee::CoordinatePattern() const {

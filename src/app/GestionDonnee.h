@@ -88,6 +88,12 @@ public:
     // The same, telling the progress of every row built here (events are
     // processed while the list is rebuilt, as while the file is read).
     void RefreshPointList(platform::Progress& progress);
+    // The rows RefreshPointList makes of the points of [begin, end), added
+    // to rows; tells progress of each. Safe to run side by side over
+    // different ranges.
+    void AppendPointRows(std::size_t begin, std::size_t end,
+                         platform::PointGridModel::RowStore& rows,
+                         platform::Progress& progress) const;
     // Text of one coordinate for display, under NbDec (and grouping when
     // SepSys is 1).
     QString FormatCoordinate(double value) const;

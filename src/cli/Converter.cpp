@@ -8,6 +8,7 @@
 #include "formats/XyzWriter.h"
 #include "platform/Dialogs.h"
 #include "platform/Parallel.h"
+#include "platform/PointGridModel.h"
 #include "platform/Progress.h"
 #include "platform/RuntimeError.h"
 #include "platform/SettingsStore.h"
@@ -203,23 +204,28 @@ QString parse(const QStringList& args, Options& options) {
     return QString();
 }
 
+// Writes the list as the window would show it once the file is read: the
+// rows are made here a block at a time, side by side, and written in order,
+// instead of being kept in the list.
 void printList(const GestionDonnee& state, std::FILE* out) {
-    // Blocks of rows are put into text side by side, then written in order.
-    constexpr int kBlockRows = 1 << 15;
-    const int rows = state.Grid.rows();
-    std::vector<std::string> texts;
-    for (int first = 1; first < rows; first += kBlockRows) {
-        const int count = std::min(kBlockRows, rows - first);
-        texts.resize(PartsFor(std::size_t(count), 4096));
-        ForEachPart(std::size_t(count), texts.size(),
-                    [&](std::size_t part, std::size_t begin, std::size_t end) {
-                        std::string& text = texts[part];
-                        text.clear(); // keeps its room for the next block
-                        for (std::size_t row = begin; row < end; ++row) {
-                            state.Grid.appendRowUtf8(first + int(row), 4, '\t', text);
-                            text.push_back('\n');
-                        }
-                    });
+    constexpr std::size_t kBlockRows = 1 << 15;
+    const auto count = static_cast<std::size_t>(state.PointCount);
+    const std::size_t parts = PartsFor(count, 4096);
+    std::vector<PointGridModel::RowStore> rows(parts);
+    std::vector<std::string> texts(parts);
+    NoProgress none;
+    for (std::size_t first = 0; first < count; first += kBlockRows * parts) {
+        const std::size_t last = std::min(count, first + kBlockRows * parts);
+        ForEachPart(last - first, parts, [&](std::size_t part, std::size_t begin, std::size_t end) {
+            rows[part].reuse();
+            state.AppendPointRows(first + begin, first + end, rows[part], none);
+            std::string& text = texts[part];
+            text.clear();
+            for (std::size_t row = 0; row < rows[part].rowCount(); ++row) {
+                rows[part].appendRowUtf8(row, 4, '\t', text);
+                text.push_back('\n');
+            }
+        });
         for (const std::string& text : texts)
             std::fwrite(text.data(), 1, text.size(), out);
     }
@@ -254,9 +260,15 @@ int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std:
 
     try {
         LoadSettings(state.Settings, settings);
-        for (const QString& input : options.inputs) {
+        for (qsizetype i = 0; i < options.inputs.size(); ++i) {
+            const QString& input = options.inputs[i];
             const FileFormat format = options.from.value_or(FormatOfName(input));
-            OpenFile(context, input, QFileInfo(input).fileName(), format);
+            // The list is built after each file, as the program does: reading
+            // the next depends on it. After the last, list prints it instead.
+            if (options.command == u"list" && i + 1 == options.inputs.size())
+                ReadPointFile(context, input, QFileInfo(input).fileName(), format);
+            else
+                OpenFile(context, input, QFileInfo(input).fileName(), format);
         }
         if (options.command == u"list") {
             printList(state, out);

@@ -12,6 +12,7 @@
 #include <QVarLengthArray>
 #include <algorithm>
 #include <cstring>
+#include <exception>
 
 using namespace platform;
 
@@ -371,9 +372,9 @@ void forEachLine(QByteArrayView bytes, qsizetype begin, qsizetype end, Take&& ta
     }
 }
 
-// The file is read a block of bytes at a time, its lines shared out between
+// The file is read a block of lines at a time, its lines shared out between
 // the cores, then taken into the store in order: a block is short enough for
-// the progress to be told often.
+// the progress to be told often, and for the buffers to stay few.
 constexpr qsizetype kBlockBytes = 2 << 20;
 
 } // namespace
@@ -392,49 +393,55 @@ void ReadXyzFile(GestionDonnee& state, const QString& fileName) {
 }
 
 void ReadXyzFile(GestionDonnee& state, const QString& fileName, Progress& progress) {
-    LineReader file(fileName);
-    const QByteArrayView bytes = file.bytes();
-    const std::size_t parts = PartsFor(std::size_t(bytes.size()), std::size_t(kBlockBytes) / 4);
-
-    // Room for one point per line (a line ends at each CR), so the store is
-    // not copied while it grows.
-    std::vector<std::size_t> breaks(parts);
-    ForEachPart(std::size_t(bytes.size()), parts,
-                [&](std::size_t part, std::size_t begin, std::size_t end) {
-                    breaks[part] =
-                        std::size_t(std::count(bytes.begin() + begin, bytes.begin() + end, '\r'));
-                });
-    std::size_t lineCount = 1;
-    for (std::size_t count : breaks)
-        lineCount += count;
-    state.ReservePoints(lineCount);
-
+    BlockReader file(fileName, kBlockBytes);
     const LinePlan plan = planFor(state.Settings);
-    std::vector<TextArena> texts(parts + 1); // one per part, the last for the numbering
-    std::vector<std::vector<ParsedLine>> parsed(parts);
-    std::vector<qsizetype> starts(parts + 1);
-    for (qsizetype block = 0; block < bytes.size();) {
-        const qsizetype blockEnd = nextLineStart(bytes, block + kBlockBytes - 1);
+    const std::size_t cores = PartsFor(std::size_t(kBlockBytes), 1);
+    std::vector<TextArena> texts(cores + 1); // one per part, the last for the numbering
+    std::vector<std::vector<ParsedLine>> parsed(cores);
+    std::vector<qsizetype> starts(cores + 1);
+
+    QByteArrayView block = file.next();
+    if (!block.isEmpty()) {
+        // Room for as many points as the file has lines if they are like the
+        // first block's (a line ends at each CR), so that the store is seldom
+        // copied while it grows.
+        const auto lines = double(std::count(block.begin(), block.end(), '\r')) + 1;
+        state.ReservePoints(
+            std::size_t(lines * double(std::max<qint64>(file.sizeHint(), block.size())) /
+                        double(block.size()) * 1.0625));
+    }
+    while (!block.isEmpty()) {
         // The block cut where lines start, one piece per part.
+        const std::size_t parts = PartsFor(std::size_t(block.size()), std::size_t(kBlockBytes) / 4);
         for (std::size_t part = 0; part <= parts; ++part) {
-            const qsizetype guess = block + (blockEnd - block) * qsizetype(part) / qsizetype(parts);
-            starts[part] = part == 0 ? block
+            const qsizetype guess = block.size() * qsizetype(part) / qsizetype(parts);
+            starts[part] = part == 0 ? 0
                            : part == parts
-                               ? blockEnd
-                               : std::max(starts[part - 1],
-                                          std::min(nextLineStart(bytes, guess - 1), blockEnd));
+                               ? block.size()
+                               : std::max(starts[part - 1], nextLineStart(block, guess - 1));
         }
-        bool general = false;
+        // The next block is read meanwhile. A read error comes after the
+        // lines already read, as reading line by line would give it.
+        QByteArrayView following;
+        std::exception_ptr readError;
         ForEachPart(parts, parts, [&](std::size_t part, std::size_t, std::size_t) {
             std::vector<ParsedLine>& lines = parsed[part];
             lines.clear();
-            forEachLine(bytes, starts[part], starts[part + 1], [&](QByteArrayView line) {
+            forEachLine(block, starts[part], starts[part + 1], [&](QByteArrayView line) {
                 lines.emplace_back().line = line;
                 parseCommonLine(lines.back(), plan, texts[part]);
             });
+            if (part == 0) {
+                try {
+                    following = file.next();
+                } catch (...) {
+                    readError = std::current_exception();
+                }
+            }
         });
-        for (const std::vector<ParsedLine>& lines : parsed) {
-            for (const ParsedLine& line : lines)
+        bool general = false;
+        for (std::size_t part = 0; part < parts; ++part) {
+            for (const ParsedLine& line : parsed[part])
                 general = general || line.kind == ParsedLine::Kind::General;
         }
 
@@ -452,11 +459,13 @@ void ReadXyzFile(GestionDonnee& state, const QString& fileName, Progress& progre
             }
             const auto base = static_cast<std::size_t>(std::nearbyint(state.PointCount));
             // As AddPoint leaves it: the empty slot behind the last point.
-            if (offsets[parts] > 0)
+            if (offsets[parts] > 0) {
+                state.ReservePoints(offsets[parts]);
                 state.Points.resize(base + offsets[parts] + 1);
-            for (auto it = parsed.rbegin(); it != parsed.rend(); ++it) {
-                if (!it->empty()) {
-                    state.CurrentMatricule = it->back().point.Matricule;
+            }
+            for (std::size_t part = parts; part-- > 0;) {
+                if (!parsed[part].empty()) {
+                    state.CurrentMatricule = parsed[part].back().point.Matricule;
                     break;
                 }
             }
@@ -468,19 +477,21 @@ void ReadXyzFile(GestionDonnee& state, const QString& fileName, Progress& progre
                 }
             });
             state.PointCount += double(offsets[parts]);
-            for (const std::vector<ParsedLine>& lines : parsed) {
-                for (std::size_t i = 0; i < lines.size(); ++i)
+            for (std::size_t part = 0; part < parts; ++part) {
+                for (std::size_t i = 0; i < parsed[part].size(); ++i)
                     progress.tick();
             }
         } else {
-            for (std::vector<ParsedLine>& lines : parsed) {
-                for (ParsedLine& line : lines) {
-                    applyLine(state, line, plan, texts[parts]);
+            for (std::size_t part = 0; part < parts; ++part) {
+                for (ParsedLine& line : parsed[part]) {
+                    applyLine(state, line, plan, texts[cores]);
                     progress.tick();
                 }
             }
         }
-        block = blockEnd;
+        if (readError)
+            std::rethrow_exception(readError);
+        block = following;
     }
 }
 

@@ -416,32 +416,47 @@ void PointGridModel::appendRowUtf8(int row, int count, char separator, QByteArra
 }
 
 void PointGridModel::appendRowUtf8(int row, int count, char separator, std::string& out) const {
-    RowView view;
-    if (row >= 0 && row < rows() && rows_.refs_[row].block != RowStore::kNoBlock) {
-        const RowStore::Ref ref = rows_.refs_[row];
-        view = viewOf(rows_.blocks_[ref.block].bytes.get() + ref.offset);
-    }
-    if (view.wide || count > cols_) {
-        QByteArray cell;
-        for (int c = 0; c < count; ++c) {
-            if (c > 0)
-                out.push_back(separator);
-            cell.clear();
-            appendCellUtf8(row, c, cell);
-            out.append(cell.constData(), std::size_t(cell.size()));
-        }
+    if (row < 0 || row >= rows()) {
+        out.append(std::size_t(std::max(count - 1, 0)), separator);
         return;
     }
+    // A row may hold cells past the grid's columns, which are never shown.
+    rows_.appendRowUtf8(std::size_t(row), std::min(count, cols_), separator, out);
+    if (count > cols_)
+        out.append(std::size_t(count - std::max(cols_, 1)), separator);
+}
+
+void PointGridModel::RowStore::appendRowUtf8(std::size_t row, int count, char separator,
+                                             std::string& out) const {
+    RowView view;
+    if (refs_[row].block != kNoBlock)
+        view = viewOf(blocks_[refs_[row].block].bytes.get() + refs_[row].offset);
     // UTF-8 cells are copied as they stand.
-    CellReader cells(view.payload, view.size, false);
+    CellReader cells(view.payload, view.size, view.wide);
     const char* text;
     std::size_t length;
     for (int c = 0; c < count; ++c) {
         if (c > 0)
             out.push_back(separator);
-        if (cells.next(text, length))
+        if (!cells.next(text, length))
+            continue;
+        if (!view.wide) {
             out.append(text, length);
+        } else {
+            const QByteArray utf8 = cellText(text, length, true).toUtf8();
+            out.append(utf8.constData(), std::size_t(utf8.size()));
+        }
     }
+}
+
+void PointGridModel::RowStore::reuse() {
+    if (blocks_.size() > 1)
+        blocks_.resize(1);
+    if (!blocks_.empty())
+        blocks_.front().used = 0;
+    refs_.clear();
+    pending_.clear();
+    pendingWide_ = false;
 }
 
 void PointGridModel::setTextMatrix(int row, int col, const QString& text) {

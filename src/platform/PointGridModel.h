@@ -37,6 +37,12 @@ public:
         // Room for about that many bytes of rows in one block.
         void reserveBytes(std::size_t bytes);
         std::size_t rowCount() const { return refs_.size(); }
+        // Row row's first count cells in UTF-8, separated by separator (a
+        // cell the row lacks is empty), appended to out.
+        void appendRowUtf8(std::size_t row, int count, char separator, std::string& out) const;
+        // Empties the store but keeps its first block, for building rows
+        // again in the same memory.
+        void reuse();
 
     private:
         friend class PointGridModel;

@@ -14,6 +14,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace platform {
 
@@ -268,6 +269,87 @@ QByteArrayView LineReader::readRawLine() {
 }
 
 // ---------------------------------------------------------------------------
+
+struct BlockReader::Impl {
+    QFile file;
+    qint64 sizeHint = 0;
+    qsizetype blockBytes = 0;
+    std::vector<char> buffers[2];
+    int current = 1;         // the buffer of the last block given
+    qsizetype tailBegin = 0; // what was read past that block
+    qsizetype tailEnd = 0;
+    bool atEnd = false;
+
+    // Appends up to count bytes to buffer; false at the end of the file.
+    bool readMore(std::vector<char>& buffer, qsizetype& used, qsizetype count) {
+        if (qsizetype(buffer.size()) < used + count)
+            buffer.resize(std::size_t(used + count));
+        for (;;) {
+            const ssize_t got = ::read(file.handle(), buffer.data() + used, std::size_t(count));
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got < 0)
+                throw RuntimeError(RuntimeError::DeviceIo);
+            used += got;
+            return got > 0;
+        }
+    }
+};
+
+BlockReader::BlockReader(const QString& fileName, qsizetype blockBytes) : impl_(new Impl) {
+    try {
+        openFile(impl_->file, fileName, false);
+    } catch (...) {
+        delete impl_;
+        throw;
+    }
+    impl_->sizeHint = impl_->file.size();
+    impl_->blockBytes = std::max<qsizetype>(blockBytes, 1);
+}
+
+BlockReader::~BlockReader() {
+    delete impl_;
+}
+
+qint64 BlockReader::sizeHint() const {
+    return impl_->sizeHint;
+}
+
+QByteArrayView BlockReader::next() {
+    Impl& d = *impl_;
+    const int previous = d.current;
+    d.current = 1 - d.current;
+    std::vector<char>& buffer = d.buffers[d.current];
+    // What the last block left over starts this one.
+    qsizetype used = d.tailEnd - d.tailBegin;
+    if (buffer.size() < std::size_t(used))
+        buffer.resize(std::size_t(used));
+    if (used > 0)
+        std::memcpy(buffer.data(), d.buffers[previous].data() + d.tailBegin, std::size_t(used));
+    d.tailBegin = d.tailEnd = 0;
+
+    qsizetype wanted = d.blockBytes;
+    qsizetype searched = 0; // no usable line end before this
+    for (;;) {
+        while (!d.atEnd && used < wanted)
+            d.atEnd = !d.readMore(buffer, used, wanted - used);
+        if (d.atEnd)
+            return QByteArrayView(buffer.data(), used);
+        // The block ends after the last CR whose next byte is known, so that
+        // a CR LF is never cut in two.
+        for (qsizetype i = used - 2; i >= searched; --i) {
+            if (buffer[std::size_t(i)] == '\r') {
+                const qsizetype end = i + 1 + (buffer[std::size_t(i + 1)] == '\n' ? 1 : 0);
+                d.tailBegin = end;
+                d.tailEnd = used;
+                return QByteArrayView(buffer.data(), end);
+            }
+        }
+        // One line longer than what was read: read on until it ends.
+        searched = std::max<qsizetype>(used - 1, 0);
+        wanted = used + d.blockBytes;
+    }
+}
 
 struct LineWriter::Impl {
     QFile file;

@@ -48,6 +48,30 @@ private:
     qsizetype pos_ = 0;
 };
 
+// Reads a file a block of whole lines at a time, for readers that work
+// through large files: two buffers are used in turn, so a block stays valid
+// while the next one is read and the two can go side by side. Lines end as
+// for LineReader. Errors while opening as LineReader; a read error is 57.
+class BlockReader {
+public:
+    // Blocks of about blockBytes; a longer line makes a block of its own.
+    BlockReader(const QString& fileName, qsizetype blockBytes);
+    ~BlockReader();
+    BlockReader(const BlockReader&) = delete;
+    BlockReader& operator=(const BlockReader&) = delete;
+
+    // The file's size when it was opened: a guide to the room needed.
+    qint64 sizeHint() const;
+    // The next block: one or more whole lines, breaks included (the last
+    // line of the file may have none); empty at the end of the file. Valid
+    // until the second call after this one.
+    QByteArrayView next();
+
+private:
+    struct Impl;
+    Impl* impl_;
+};
+
 // Creates (or truncates) the file; every line written ends with CR LF.
 // Output is buffered and flushed in large blocks; write failures are run-time
 // errors (61 disk full, 57 other). The destructor flushes what is left.

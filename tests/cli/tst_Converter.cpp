@@ -66,6 +66,8 @@ private slots:
     void initTestCase();
     void listShowsTheDisplayedList_data();
     void listShowsTheDisplayedList();
+    void largeListMatchesTheWindow_data();
+    void largeListMatchesTheWindow();
     void usageErrors_data();
     void usageErrors();
     void readErrorWritesNothing();
@@ -121,6 +123,70 @@ void TestConverter::listShowsTheDisplayedList() {
     QCOMPARE(run.err, QByteArray());
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.out, expected);
+}
+
+void TestConverter::largeListMatchesTheWindow_data() {
+    QTest::addColumn<QString>("locale");
+    QTest::addColumn<QStringList>("sets");
+    QTest::newRow("French") << "fr_FR.UTF-8" << QStringList{};
+    QTest::newRow("English, grouped, one decimal")
+        << "en_US.UTF-8" << QStringList{"SepSys=1", "NbDec=0.0"};
+    QTest::newRow("numbered") << "fr_FR.UTF-8" << QStringList{"Inc_Num=1", "Num_Premier_Pt=7"};
+}
+
+// Many more rows than the converter makes at a time, some of them odd (a tab
+// in the identifier moves the cells along, a bad line), against the list the
+// window shows after the open command.
+void TestConverter::largeListMatchesTheWindow() {
+    QFETCH(QString, locale);
+    QFETCH(QStringList, sets);
+    const QString input = dir_.filePath(QStringLiteral("large.xyz"));
+    QByteArray file;
+    for (int i = 0; i < 150000; ++i) {
+        if (i % 997 == 0)
+            file += "P\t" + QByteArray::number(i) + ",1.5,2\r\n";
+        else if (i % 1009 == 0)
+            file += "bad line\r\n";
+        else
+            file += QByteArray::number(i) + ',' + QByteArray::number(600000 + i * 0.731, 'f', 3) +
+                    ',' + QByteArray::number(6800000 - i * 1.37, 'f', 3) + ",-" +
+                    QByteArray::number(i % 2000) + ".5\r\n";
+    }
+    writeBytes(input, file);
+
+    QTemporaryDir config;
+    QStringList args{"list", input};
+    for (const QString& set : sets)
+        args << QStringLiteral("--set") << set;
+    const Run run = runCli(args, config.path(), locale);
+    QCOMPARE(run.err, QByteArray());
+    QCOMPARE(run.exitCode, 0);
+
+    RegionalFormatScope scope(QLocale(locale.section(u'.', 0, 0)));
+    MemorySettings settings;
+    for (const QString& set : sets) {
+        const QString key = set.section(u'=', 0, 0);
+        settings.setValue(key == u"Inc_Num" || key == u"Num_Premier_Pt" ? sections::parametre()
+                                                                        : sections::app(),
+                          key, set.section(u'=', 1));
+    }
+    GestionDonnee state;
+    LoadSettings(state.Settings, settings);
+    ScriptedDialogs boxes;
+    ScriptedFileDialog files;
+    NoWindowSurface window;
+    NoProgress progress;
+    CommandContext context{state, boxes, boxes, files, settings, window, progress};
+    files.choose(input, 1);
+    OpenCommand(context);
+    QVERIFY(state.Grid.rows() > 140000);
+    std::string shown;
+    for (int row = 1; row < state.Grid.rows(); ++row) {
+        state.Grid.appendRowUtf8(row, 4, '\t', shown);
+        shown += '\n';
+    }
+    QCOMPARE(run.out.size(), qsizetype(shown.size()));
+    QVERIFY(run.out == QByteArrayView(shown));
 }
 
 void TestConverter::usageErrors_data() {

@@ -144,6 +144,9 @@ void TestTextFile::lineSplitting_data() {
     QTest::newRow("byte 26 is ordinary")
         << QByteArray("a\x1a\r\n\x1a") << QStringList{"a\x1a", "\x1a"};
     QTest::newRow("code page") << QByteArray("\x80\xe9\r\n") << QStringList{"€é"};
+    QTest::newRow("lines longer than blocks")
+        << QByteArray("abcdefghij\r\nk\rlmnopqrstuvwxyz\n0123\r\n")
+        << QStringList{"abcdefghij", "k", "lmnopqrstuvwxyz\n0123"};
 }
 
 void TestTextFile::lineSplitting() {
@@ -157,6 +160,31 @@ void TestTextFile::lineSplitting() {
         read << reader.readLine();
     QCOMPARE(read, lines);
     QCOMPARE(reader.position(), bytes.size());
+
+    // Read a block at a time, the file gives the same lines: no block ends
+    // inside a line or between a CR and its LF.
+    for (const int blockBytes : {1, 2, 3, 5, 8, 4096}) {
+        BlockReader blocks(path("lines.txt"), blockBytes);
+        QCOMPARE(blocks.sizeHint(), bytes.size());
+        QStringList fromBlocks;
+        QByteArray joined;
+        QByteArrayView previous;
+        QByteArray previousBytes;
+        for (QByteArrayView block = blocks.next(); !block.isEmpty(); block = blocks.next()) {
+            // The block before stays as it was while this one was read.
+            QCOMPARE(previous, QByteArrayView(previousBytes));
+            testing::writeBytes(path("block.txt"), block.toByteArray());
+            LineReader blockLines(path("block.txt"));
+            while (!blockLines.atEnd())
+                fromBlocks << blockLines.readLine();
+            joined += block;
+            previous = block;
+            previousBytes = block.toByteArray();
+        }
+        QVERIFY(blocks.next().isEmpty());
+        QCOMPARE(joined, bytes);
+        QCOMPARE(fromBlocks, lines);
+    }
 }
 
 void TestTextFile::readPastEndIsError62() {
@@ -263,6 +291,7 @@ void TestTextFile::openErrors() {
     } else {
         QCOMPARE(errorOf([&] { LineReader reader(fileName); }), error);
         QCOMPARE(errorOf([&] { FieldReader reader(fileName); }), error);
+        QCOMPARE(errorOf([&] { BlockReader reader(fileName, 4096); }), error);
     }
 }
 
