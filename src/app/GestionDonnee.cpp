@@ -69,9 +69,13 @@ void GestionDonnee::RefreshPointList(platform::Progress& progress) {
                            [&](std::size_t part, std::size_t begin, std::size_t end) {
                                // The progress belongs to the calling thread.
                                platform::NoProgress none;
-                               AppendPointRows(begin, end, parts[part],
+                               // Built apart from the others' (on this thread's
+                               // own cache lines), then handed over.
+                               platform::PointGridModel::RowStore rows;
+                               AppendPointRows(begin, end, rows,
                                                std::this_thread::get_id() == caller ? progress
                                                                                     : none);
+                               parts[part] = std::move(rows);
                            });
     Grid.adoptPointRows(std::move(parts));
 }

@@ -211,8 +211,8 @@ void printList(const GestionDonnee& state, std::FILE* out) {
     constexpr std::size_t kBlockRows = 1 << 15;
     const auto count = static_cast<std::size_t>(state.PointCount);
     const std::size_t parts = PartsFor(count, 4096);
-    std::vector<PointGridModel::RowStore> rows(parts);
-    std::vector<std::string> texts(parts);
+    PerPart<PointGridModel::RowStore> rows(parts);
+    PerPart<std::string> texts(parts);
     NoProgress none;
     for (std::size_t first = 0; first < count; first += kBlockRows * parts) {
         const std::size_t last = std::min(count, first + kBlockRows * parts);
@@ -226,8 +226,8 @@ void printList(const GestionDonnee& state, std::FILE* out) {
                 text.push_back('\n');
             }
         });
-        for (const std::string& text : texts)
-            std::fwrite(text.data(), 1, text.size(), out);
+        for (std::size_t part = 0; part < parts; ++part)
+            std::fwrite(texts[part].data(), 1, texts[part].size(), out);
     }
 }
 

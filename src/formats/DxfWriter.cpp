@@ -297,24 +297,11 @@ private:
         return true;
     }
 
-    static void writeCoordinate(const Written& value, Text& text) {
-        char* p = text.bytes;
-        if (value.negative && (value.whole != 0 || value.fraction != 0))
-            *p++ = '-';
-        char digits[20];
-        int n = 0;
-        std::uint64_t whole = value.whole;
-        do {
-            digits[n++] = char('0' + whole % 10);
-            whole /= 10;
-        } while (whole != 0);
-        while (n > 0)
-            *p++ = digits[--n];
-        *p++ = '.';
-        *p++ = char('0' + value.fraction / 100);
-        *p++ = char('0' + value.fraction / 10 % 10);
-        *p++ = char('0' + value.fraction % 10);
-        text.length = int(p - text.bytes);
+    // "-" only when not zero, at least one whole digit, three decimals, a point.
+    void writeCoordinate(const Written& value, Text& text) const {
+        text.length = fileCoordinate_.writeUtf8Parts(value.negative &&
+                                                         (value.whole != 0 || value.fraction != 0),
+                                                     value.whole, value.fraction, text.bytes);
     }
 
     double anchor(const Written& value) const {
@@ -356,6 +343,7 @@ private:
     EntityRuns runs_;
     NumberPattern display_;
     NumberPattern threeDecimals_;
+    NumberPattern fileCoordinate_{u"0.000", NumberFormat{QChar(u'.'), QChar(u',')}};
     std::optional<PlainPattern> plain_;
     bool quick_;
 };

@@ -396,8 +396,8 @@ void ReadXyzFile(GestionDonnee& state, const QString& fileName, Progress& progre
     BlockReader file(fileName, kBlockBytes);
     const LinePlan plan = planFor(state.Settings);
     const std::size_t cores = PartsFor(std::size_t(kBlockBytes), 1);
-    std::vector<TextArena> texts(cores + 1); // one per part, the last for the numbering
-    std::vector<std::vector<ParsedLine>> parsed(cores);
+    PerPart<TextArena> texts(cores + 1); // one per part, the last for the numbering
+    PerPart<std::vector<ParsedLine>> parsed(cores);
     std::vector<qsizetype> starts(cores + 1);
 
     QByteArrayView block = file.next();

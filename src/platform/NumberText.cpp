@@ -63,6 +63,11 @@ constexpr std::uint64_t kPowersOfTen[20] = {1ULL,
                                             1000000000000000000ULL,
                                             10000000000000000000ULL};
 
+// The powers of ten that doubles hold exactly.
+constexpr double kExactPowers[23] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                     1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                     1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
 // The 15 significant digits of a magnitude from 10^-5 up to 10^15, the values
 // of survey files, in integer arithmetic: the double is m * 2^-shift exactly,
 // so m * 10^(14-e) shifted right is the value scaled to 15 integer digits,
@@ -409,9 +414,28 @@ bool NumberPattern::fixedParts(double value, std::uint64_t& whole, std::uint64_t
         fraction = 0;
         return true;
     }
+    const double magnitude = std::fabs(value);
+    if (magnitude >= 1e-5 && decimals_ <= 15) {
+        // Mostly the answer is plain: the value in units of the last decimal,
+        // rounded. The 15 digits differ from the value by at most 5e-15 of
+        // it, and the product by 2^-53 of itself; when no half unit lies
+        // that near, both roundings give the same units. Otherwise (and for
+        // more digits than 15) the exact way below decides.
+        const double scaled = magnitude * kExactPowers[decimals_];
+        if (scaled < 1e15) {
+            const double floor = std::floor(scaled);
+            const double rest = scaled - floor; // exact
+            if (std::fabs(rest - 0.5) > 1e-14 * scaled) {
+                const auto units = std::uint64_t(floor) + (rest > 0.5 ? 1 : 0);
+                whole = dividedByPowerOfTen(units, decimals_);
+                fraction = units - whole * kPowersOfTen[decimals_];
+                return true;
+            }
+        }
+    }
     std::uint64_t digits;
     int exponent;
-    if (!fifteenDigits(std::fabs(value), digits, exponent))
+    if (!fifteenDigits(magnitude, digits, exponent))
         return false;
     const int kept = exponent + 1 + decimals_; // digits up to the last decimal
     if (kept > 19)
@@ -495,11 +519,18 @@ int NumberPattern::writeUtf8(double value, char* out) const {
     std::uint64_t fraction;
     if (!utf8Ready_ || !fixedParts(value, whole, fraction))
         return -1;
+    return writeUtf8Parts(value < 0, whole, fraction, out);
+}
+
+int NumberPattern::writeUtf8Parts(bool negative, std::uint64_t whole, std::uint64_t fraction,
+                                  char* out) const {
+    if (!utf8Ready_ || decimals_ > 19 || fraction >= kPowersOfTen[decimals_])
+        return -1;
     const Characters<char> characters{{},
                                       {},
                                       std::string_view(decimal8_, std::size_t(decimal8Size_)),
                                       std::string_view(group8_, std::size_t(group8Size_))};
-    return int(writeFixed(out, value < 0, whole, fraction, characters) - out);
+    return int(writeFixed(out, negative, whole, fraction, characters) - out);
 }
 
 void NumberPattern::append(TextBuffer& out, double value) const {
@@ -812,9 +843,6 @@ template <typename Char> bool plainNumber(const Char* s, qsizetype n, double& va
     if (significant <= 15 && decimals <= 22) {
         // Digits and power of ten are both exact doubles, so one division
         // rounds correctly, as from_chars does.
-        static constexpr double kExactPowers[23] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
         const double magnitude = double(whole) / kExactPowers[std::max(decimals, 0)];
         value = negative ? -magnitude : magnitude;
         return true;

@@ -63,6 +63,9 @@ public:
     // decimal placeholders (before optional zeros are dropped); the text has
     // a "-" when value < 0. False where this cannot tell.
     bool fixedParts(double value, std::uint64_t& whole, std::uint64_t& fraction) const;
+    // The text of such parts as UTF-8, with a "-" when negative: what
+    // writeUtf8 writes once it has them (same room, -1 likewise).
+    int writeUtf8Parts(bool negative, std::uint64_t whole, std::uint64_t fraction, char* out) const;
 
 private:
     // The texts written around and between the digits.

@@ -16,6 +16,22 @@ inline std::size_t PartsFor(std::size_t count, std::size_t leastPerPart = 16384)
     return std::clamp<std::size_t>(count / std::max<std::size_t>(leastPerPart, 1), 1, cores);
 }
 
+// One value for each part, each on cache lines of its own: values that sat
+// side by side would make the cores that write them wait on each other.
+template <typename T> class PerPart {
+public:
+    explicit PerPart(std::size_t parts) : slots_(parts) {}
+    T& operator[](std::size_t part) { return slots_[part].value; }
+    const T& operator[](std::size_t part) const { return slots_[part].value; }
+    std::size_t size() const { return slots_.size(); }
+
+private:
+    struct alignas(64) Slot {
+        T value;
+    };
+    std::vector<Slot> slots_;
+};
+
 // Runs work(part, begin, end) for each of the parts of [0, count), the first
 // on the calling thread and the others on threads of their own, and returns
 // once all are done. The work must touch nothing shared but what it only

@@ -122,14 +122,14 @@ public:
             const quint64 limit = random_.bounded(2) ? 2000000000000000ULL : 100000ULL;
             return sign() * double(random_.bounded(limit));
         }
-        default: { // a hair either side of a rounding half
+        default: { // a hair either side of a rounding half, up to where 15 digits end
             const double base = double(random_.bounded(quint64(100000000))) + 0.5;
             const double scale = std::pow(10.0, -int(random_.bounded(8)));
-            const double value = base * scale;
-            const int steps = int(random_.bounded(5)) - 2;
-            return sign() * (steps < 0   ? std::nextafter(value, 0.0)
-                             : steps > 0 ? std::nextafter(value, 1e300)
-                                         : value);
+            double value = base * scale;
+            const int steps = int(random_.bounded(129)) - 64;
+            for (int step = 0; step < std::abs(steps); ++step)
+                value = std::nextafter(value, steps < 0 ? 0.0 : 1e300);
+            return sign() * value;
         }
         }
     }
