@@ -1,6 +1,9 @@
 #include "TestRunner.h"
 #include "WindowFixture.h"
 
+#include "app/Startup.h"
+#include "platform/RuntimeError.h"
+
 #include <QFile>
 
 using namespace testing;
@@ -13,33 +16,111 @@ namespace {
 QStringList describe(const QWidget* menu) {
     QStringList out;
     for (QAction* action : menu->actions()) {
-        if (action->isSeparator()) {
-            out << QStringLiteral("-");
-        } else if (action->menu() != nullptr) {
+        if (action->menu() != nullptr)
             out << action->menu()->objectName() + u'>' + action->text() << describe(action->menu())
                 << QStringLiteral("<");
-        } else {
+        else if (action->isSeparator())
+            out << QStringLiteral("-");
+        else
             out << action->objectName() + u':' + action->text() + u':' +
                        action->shortcut().toString(QKeySequence::PortableText);
-        }
     }
     return out;
 }
 
+QString iniPath() {
+    return qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/Tovalin/Tovalin.ini");
+}
+
+struct Start {
+    QByteArray ini;
+    int error;
+    QString settings; // with SepSys last
+    QString shown;    // 1234.5 as the list shows it; "": start-up stopped before the list
+    QString addresses;
+    QString box = {};
+    QByteArray mail = mailFile; // "-": no mail settings file
+};
+
 } // namespace
+Q_DECLARE_METATYPE(Start)
 
 class TestForm1 : public QObject {
     Q_OBJECT
 private slots:
-    void menus();
-    void listAndCaptions();
+    void init() { QFile::remove(iniPath()); }
+    void startUp_data();
+    void startUp();
+    void startUpLook();
     void openFilesFromCommandLine();
     void quit_data();
     void quit();
-    void runTimeErrorIsReported();
 };
 
-void TestForm1::menus() {
+void TestForm1::startUp_data() {
+    const QString defaults = QStringLiteral(
+        "Separateur_Lec=, & Separateur_Ecr=, & Separateur_Autre_Lec= & Separateur_Autre_Ecr= & "
+        "Calque_Point=0 & Calque_Matricule=0 & Calque_Z=0 & Num_Premier_Pt=0 & Inc_Num=0 & "
+        "Num_Pt_Dxf=1 & Dxf_Format=MS & Fich_Dim=2D & NbDec=0.000 & SepSys=0");
+    Rows<Start> row;
+    row("first run", {"", 0, defaults, "1234,500", "site|mail"});
+    // Absent keys keep their defaults; NbDec and SepSys drive the list's format.
+    row("hand written",
+        {"[Param\xc3\xa8tre]\nSeparateur_Lec=;\nCalque_Point=POINTS\nInc_Num=1\n"
+         "Num_Premier_Pt=100\nFich_Dim=3D\n[App]\nNbDec=0.00\nSepSys=1\n",
+         0,
+         "Separateur_Lec=; & Separateur_Ecr=, & Separateur_Autre_Lec= & Separateur_Autre_Ecr= & "
+         "Calque_Point=POINTS & Calque_Matricule=0 & Calque_Z=0 & Num_Premier_Pt=100 & "
+         "Inc_Num=1 & Num_Pt_Dxf=1 & Dxf_Format=MS & Fich_Dim=3D & NbDec=0.00 & SepSys=1",
+         "1\u202f234,50", "site|mail"});
+    // SepSys is read strictly: one that is no number stops start-up before
+    // the list and the mail file.
+    row("SepSys text", {"[App]\nSepSys=oui\n", 13, "", "", "|"});
+    row("no mail file",
+        {"", 0, defaults, "1234,500", "|",
+         "Tovalin: Une erreur c'est produite\r\nVous devez réinstaller Tovalin [critical ok]",
+         "-"});
+    row("short mail file",
+        {"", 62, defaults, "1234,500", "site|", "", "1\r\n2\r\n3\r\n4\r\n5\r\n6\r\nsite\r\n"});
+}
+
+void TestForm1::startUp() {
+    QFETCH(Start, c);
+    RegionalFormatScope scope(frenchFormat());
+    if (!c.ini.isEmpty())
+        writeBytes(iniPath(), c.ini);
+    QTemporaryDir dir;
+    if (c.mail != "-")
+        writeBytes(dir.filePath(QStringLiteral("atm.bin")), c.mail);
+    IniSettingsStore store;
+    ScriptedDialogs boxes;
+    boxes.setThrowOnUnexpected(false);
+    GestionDonnee state;
+    state.DataModified = true;
+    int raised = 0;
+    try {
+        LoadMainWindow(state, store, boxes, dir.path());
+    } catch (const RuntimeError& e) {
+        raised = e.number();
+    }
+    QCOMPARE(raised, c.error);
+    const bool started = !c.shown.isEmpty();
+    if (started) {
+        QCOMPARE(memorySettings(state.Settings), items(c.settings));
+        QCOMPARE(state.FormatCoordinate(1234.5), c.shown);
+    }
+    QCOMPARE(gridRow(state, 0), started ? items("Matricule & X & Y & Z") : QStringList(4, ""));
+    QCOMPARE(state.DataModified, !started);
+    QCOMPARE(state.WebSiteAddress + u'|' + state.SupportAddress, c.addresses);
+    QCOMPARE(shownBoxes(boxes), items(c.box));
+    // The program's folder is written at every start, and nothing else.
+    IniSettingsStore reread;
+    QCOMPARE(reread.value(sections::app(), QStringLiteral("Path"), QString()),
+             started ? dir.path() : QString());
+    QCOMPARE(reread.value(sections::parametre(), "Separateur_Ecr", "-"), QStringLiteral("-"));
+}
+
+void TestForm1::startUpLook() {
     WindowFixture f;
     QCOMPARE(
         describe(f.window.menuBar()),
@@ -52,36 +133,35 @@ void TestForm1::menus() {
               "help:Aide:F1 & - & mnu_Internet>Internet & mnu_Internet_Maj:Mise à jour: & - & "
               "EnvMail:Envoyer un mail à l'auteur: & - & "
               "mnu_lien_site:Visiter le site internet: & < & - & apropos:A propos de...: & <"));
-}
-
-void TestForm1::listAndCaptions() {
-    WindowFixture f;
+    // "fichier" here, "fichiers" once a file is open.
     QCOMPARE(f.window.windowTitle(), QStringLiteral("Editeur de fichier XYZ et DXF"));
-    auto* frame = child<QGroupBox>(&f.window, "Frame1");
-    QCOMPARE(frame->title(), QStringLiteral("Liste des points XYZ"));
-    auto* grid = child<QTableView>(frame, "Grid");
-    QCOMPARE(grid->model(), &f.state.Grid);
-    QCOMPARE(grid->model()->headerData(0, Qt::Horizontal).toString(), QStringLiteral("Matricule"));
-    QCOMPARE(grid->model()->rowCount(), 0);
-    QCOMPARE(grid->columnWidth(1), 100); // 1500 twips at 96 dots per inch
-    QCOMPARE(child<QListWidget>(frame, "List1")->font().family(), QStringLiteral("Courier"));
-    QCOMPARE(f.countLabel(), QStringLiteral("Nombre de points :"));
+    QCOMPARE(f.window.grid()->columnWidth(1), 100); // 1500 twips at 96 dots per inch
 }
 
 void TestForm1::openFilesFromCommandLine() {
     RegionalFormatScope scope(frenchFormat());
     WindowFixture f;
+    // The name chooses the reader: DXF for ".dxf" in any case.
     const QString first = f.dir.filePath(QStringLiteral("a.b.xyz"));
-    const QString second = f.dir.filePath(QStringLiteral("second.xyz"));
-    writeBytes(first, "1,1,2,3\r\n2,1,2,3\r\n3,4,5,6\r\n");
-    writeBytes(second, "9,1,2,3\r\n");
+    const QString second = f.dir.filePath(QStringLiteral("second.DXF"));
+    writeBytes(first, "7,1,2,3\r\n8,1,2,3\r\n9,4,5,6\r\n");
+    writeBytes(second, "0\r\nSECTION\r\n2\r\nENTITIES\r\n0\r\nPOINT\r\n8\r\n0\r\n10\r\n1\r\n20\r\n"
+                       "2\r\n30\r\n3\r\n0\r\nENDSEC\r\n0\r\nEOF\r\n");
     f.window.OpenFiles({first, second});
 
-    QCOMPARE(f.boxes.unexpectedBoxes(), 0);
-    QCOMPARE(gridColumn(f.state, 0), items("1 & 2 & 3 & 9"));
+    QCOMPARE(gridColumn(f.state, 0), items("7 & 8 & 9 & 1"));
     QCOMPARE(f.window.windowTitle(), QStringLiteral("Editeur de fichiers XYZ et DXF"));
     QCOMPARE(f.countLabel(), QStringLiteral("Nombre de points : 3"));
     QCOMPARE(f.state.CurrentBaseName, QStringLiteral("second"));
+
+    // A missing file is reported, and the window is usable again.
+    f.boxes.answerMessage(MsgAnswer::Ok);
+    f.window.OpenFiles({f.dir.filePath(QStringLiteral("missing.xyz"))});
+    QCOMPARE(
+        shownBoxes(f.boxes),
+        QStringList{"Tovalin: Erreur d'exécution '53' :\n\nFichier introuvable [critical ok]"});
+    QCOMPARE(f.state.PointCount, 4.0);
+    QVERIFY(f.window.menuBar()->isEnabled());
 }
 
 void TestForm1::quit_data() {
@@ -89,7 +169,6 @@ void TestForm1::quit_data() {
     QTest::addColumn<int>("answer"); // -1: nothing asked
     QTest::newRow("unchanged: nothing asked") << false << -1;
     QTest::newRow("yes saves") << true << int(MsgAnswer::Yes);
-    QTest::newRow("no") << true << int(MsgAnswer::No);
     QTest::newRow("cancel still closes") << true << int(MsgAnswer::Cancel);
 }
 
@@ -110,17 +189,6 @@ void TestForm1::quit() {
     QCOMPARE(shownBoxes(f.boxes), answer < 0 ? QStringList() : QStringList{question});
     QCOMPARE(QFile::exists(saved), answer == int(MsgAnswer::Yes));
     QVERIFY(!f.window.isVisible());
-}
-
-void TestForm1::runTimeErrorIsReported() {
-    WindowFixture f;
-    f.boxes.answerMessage(MsgAnswer::Ok);
-    f.window.OpenFiles({f.dir.filePath(QStringLiteral("missing.xyz"))});
-    QCOMPARE(
-        shownBoxes(f.boxes),
-        QStringList{"Tovalin: Erreur d'exécution '53' :\n\nFichier introuvable [critical ok]"});
-    QCOMPARE(f.state.PointCount, 0.0);
-    QVERIFY(f.window.menuBar()->isEnabled()); // usable again after the error
 }
 
 TOVALIN_TEST(TestForm1)

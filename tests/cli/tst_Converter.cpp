@@ -1,13 +1,9 @@
+#include "Fixtures.h"
 #include "TestRunner.h"
 #include "TestSupport.h"
 
-#include "app/CommandContext.h"
 #include "app/FileCommands.h"
-#include "app/GestionDonnee.h"
 #include "app/Startup.h"
-#include "platform/Progress.h"
-#include "platform/ScriptedDialogs.h"
-#include "platform/SettingsStore.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -38,192 +34,149 @@ Run runCli(const QStringList& args, const QString& configHome,
                process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
+// The converter's arguments, each KEY=VALUE of sets as a --set option.
+QStringList withSets(QStringList args, const QStringList& sets) {
+    for (const QString& set : sets)
+        args << QStringLiteral("--set") << set;
+    return args;
+}
+
+// The program itself under the regional format and settings the converter
+// runs with, after its open command on each input in turn (a second file is
+// added to the list).
+struct Program : CommandFixture {
+    Program(const QString& locale, const QStringList& sets, const QStringList& inputs)
+        : scope(QLocale(locale.section(u'.', 0, 0))) {
+        for (const QString& set : sets) {
+            const QString key = set.section(u'=', 0, 0);
+            const bool app = QStringList{"NbDec", "SepSys", "ExtCfg"}.contains(key);
+            settings.setValue(app ? sections::app() : sections::parametre(), key,
+                              set.section(u'=', 1));
+        }
+        LoadSettings(state.Settings, settings);
+        for (qsizetype i = 0; i < inputs.size(); ++i) {
+            if (i > 0)
+                boxes.answerMessage(MsgAnswer::Yes);
+            files.choose(inputs[i], 1);
+            OpenCommand(context);
+        }
+    }
+
+    RegionalFormatScope scope;
+};
+
 const QByteArray samplePoints = "1,652345.678,6862104.512,152.304\r\n"
                                 "2,652351.902,6862110.047,152.611\r\n"
                                 "B7,-0.5,12.3456,0\r\n"
                                 "bad line\r\n";
 
-// A settings store of the test's own, in memory.
-class MemorySettings : public SettingsStore {
-public:
-    QString value(const QString& section, const QString& key,
-                  const QString& defaultValue) const override {
-        return values_.value(section + u'/' + key, defaultValue);
-    }
-    void setValue(const QString& section, const QString& key, const QString& value) override {
-        values_[section + u'/' + key] = value;
-    }
+struct Exit {
+    QStringList args;
+    int status;
+    QString message; // on standard error, or in the help
+};
 
-private:
-    QHash<QString, QString> values_;
+// The converter against the program: the list of the large file (filter 0),
+// or the file saved with the filter of that index from the sample. The
+// writers are the program's own, and an XYZ file holds at most 32,767 points.
+struct Agreement {
+    const char* locale;
+    int filterIndex;
+    QStringList sets; // KEY=VALUE
+    int times;        // the input given that many times
 };
 
 } // namespace
+Q_DECLARE_METATYPE(Exit)
+Q_DECLARE_METATYPE(Agreement)
 
 class TestConverter : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase();
-    void listShowsTheDisplayedList_data();
-    void listShowsTheDisplayedList();
-    void largeListMatchesTheWindow_data();
-    void largeListMatchesTheWindow();
-    void usageErrors_data();
-    void usageErrors();
-    void readErrorWritesNothing();
+    void exitStatus_data();
+    void exitStatus();
     void settingsFileIsReadNeverWritten();
-    void convertMatchesTheSaveCommand_data();
-    void convertMatchesTheSaveCommand();
+    void agreesWithTheProgram_data();
+    void agreesWithTheProgram();
     void dxfReadByIndependentReader();
 
 private:
     QTemporaryDir dir_;
+    QTemporaryDir config_; // no settings file
     QString input_;
+    QString large_;
+    int largePoints_ = 0;
 };
 
 void TestConverter::initTestCase() {
     input_ = dir_.filePath(QStringLiteral("points.xyz"));
     writeBytes(input_, samplePoints);
-}
 
-void TestConverter::listShowsTheDisplayedList_data() {
-    QTest::addColumn<QString>("locale");
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QByteArray>("expected");
-    QTest::newRow("French") << "fr_FR.UTF-8" << QStringList{}
-                            << QByteArray("1\t652345,678\t6862104,512\t152,304\n"
-                                          "2\t652351,902\t6862110,047\t152,611\n"
-                                          "B7\t-0,500\t12,346\t0,000\n");
-    QTest::newRow("English with grouping")
-        << "en_US.UTF-8" << QStringList{"--set", "SepSys=1", "--set", "NbDec=0.0"}
-        << QByteArray("1\t652,345.7\t6,862,104.5\t152.3\n"
-                      "2\t652,351.9\t6,862,110.0\t152.6\n"
-                      "B7\t-0.5\t12.3\t0.0\n");
-    // The same file read twice, as when the user adds it again.
-    QTest::newRow("numbering on, file twice")
-        << "fr_FR.UTF-8" << QStringList{"--set", "Inc_Num=1",        "--set", "Num_Premier_Pt=5",
-                                        "--set", "Separateur_Lec=;", "--set", "NbDec=0"}
-        << QByteArray();
-}
-
-void TestConverter::listShowsTheDisplayedList() {
-    QFETCH(QString, locale);
-    QFETCH(QStringList, args);
-    QFETCH(QByteArray, expected);
-    QTemporaryDir config;
-    QString input = input_;
-    QStringList inputs{input};
-    if (expected.isEmpty()) {
-        input = dir_.filePath(QStringLiteral("numbered.txt"));
-        writeBytes(input, "1;2;3\r\n4;5\r\n");
-        inputs = QStringList{input, input};
-        expected = "5\t1\t2\t3\n5\t4\t5\t0\n6\t1\t2\t3\n7\t4\t5\t0\n";
-    }
-    const Run run = runCli(QStringList{"list"} + args + inputs, config.path(), locale);
-    QCOMPARE(run.err, QByteArray());
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out, expected);
-}
-
-void TestConverter::largeListMatchesTheWindow_data() {
-    QTest::addColumn<QString>("locale");
-    QTest::addColumn<QStringList>("sets");
-    QTest::newRow("French") << "fr_FR.UTF-8" << QStringList{};
-    QTest::newRow("English, grouped, one decimal")
-        << "en_US.UTF-8" << QStringList{"SepSys=1", "NbDec=0.0"};
-    QTest::newRow("numbered") << "fr_FR.UTF-8" << QStringList{"Inc_Num=1", "Num_Premier_Pt=7"};
-}
-
-// Many more rows than the converter makes at a time, some of them odd (a tab
-// in the identifier moves the cells along, a bad line), against the list the
-// window shows after the open command.
-void TestConverter::largeListMatchesTheWindow() {
-    QFETCH(QString, locale);
-    QFETCH(QStringList, sets);
-    const QString input = dir_.filePath(QStringLiteral("large.xyz"));
+    // Many more rows than the converter makes at a time, some of them odd: a
+    // tab in the identifier moves the cells along, a bad line.
+    large_ = dir_.filePath(QStringLiteral("large.xyz"));
     QByteArray file;
     for (int i = 0; i < 150000; ++i) {
-        if (i % 997 == 0)
+        if (i % 997 == 0) {
             file += "P\t" + QByteArray::number(i) + ",1.5,2\r\n";
-        else if (i % 1009 == 0)
+        } else if (i % 1009 == 0) {
             file += "bad line\r\n";
-        else
+            continue;
+        } else {
             file += QByteArray::number(i) + ',' + QByteArray::number(600000 + i * 0.731, 'f', 3) +
                     ',' + QByteArray::number(6800000 - i * 1.37, 'f', 3) + ",-" +
                     QByteArray::number(i % 2000) + ".5\r\n";
+        }
+        ++largePoints_;
     }
-    writeBytes(input, file);
-
-    QTemporaryDir config;
-    QStringList args{"list", input};
-    for (const QString& set : sets)
-        args << QStringLiteral("--set") << set;
-    const Run run = runCli(args, config.path(), locale);
-    QCOMPARE(run.err, QByteArray());
-    QCOMPARE(run.exitCode, 0);
-
-    RegionalFormatScope scope(QLocale(locale.section(u'.', 0, 0)));
-    MemorySettings settings;
-    for (const QString& set : sets) {
-        const QString key = set.section(u'=', 0, 0);
-        settings.setValue(key == u"Inc_Num" || key == u"Num_Premier_Pt" ? sections::parametre()
-                                                                        : sections::app(),
-                          key, set.section(u'=', 1));
-    }
-    GestionDonnee state;
-    LoadSettings(state.Settings, settings);
-    ScriptedDialogs boxes;
-    ScriptedFileDialog files;
-    NoWindowSurface window;
-    NoProgress progress;
-    CommandContext context{state, boxes, boxes, files, settings, window, progress};
-    files.choose(input, 1);
-    OpenCommand(context);
-    QVERIFY(state.Grid.rows() > 140000);
-    std::string shown;
-    for (int row = 1; row < state.Grid.rows(); ++row) {
-        state.Grid.appendRowUtf8(row, 4, '\t', shown);
-        shown += '\n';
-    }
-    QCOMPARE(run.out.size(), qsizetype(shown.size()));
-    QVERIFY(run.out == QByteArrayView(shown));
+    writeBytes(large_, file);
 }
 
-void TestConverter::usageErrors_data() {
-    QTest::addColumn<QStringList>("args");
-    QTest::newRow("no command") << QStringList{};
-    QTest::newRow("unknown command") << QStringList{"show", "a.xyz"};
-    QTest::newRow("unknown option") << QStringList{"list", "--fast", "a.xyz"};
-    QTest::newRow("no input") << QStringList{"list"};
-    QTest::newRow("convert without output") << QStringList{"convert", "a.xyz"};
-    QTest::newRow("unknown format") << QStringList{"list", "--from", "csv", "a.xyz"};
-    QTest::newRow("unknown setting") << QStringList{"list", "--set", "Couleur=1", "a.xyz"};
-    QTest::newRow("set without equals") << QStringList{"list", "--set", "Inc_Num", "a.xyz"};
+void TestConverter::exitStatus_data() {
+    Rows<Exit> row;
+    row("no command", {{}, 2, "commande manquante"});
+    row("unknown command", {{"show", "a.xyz"}, 2, "commande inconnue : show"});
+    row("unknown option", {{"list", "--fast", "a.xyz"}, 2, "option inconnue : --fast"});
+    row("no input", {{"list"}, 2, "aucun fichier d'entrée"});
+    row("option without value", {{"list", "a.xyz", "--height"}, 2, "--height sans valeur"});
+    row("convert without output", {{"convert", "a.xyz"}, 2, "convert demande -o SORTIE"});
+    row("list with output", {{"list", "a.xyz", "-o", "b.xyz"}, 2, "list n'écrit pas de fichier"});
+    row("unknown format", {{"list", "--from", "csv", "a.xyz"}, 2, "format inconnu : csv"});
+    row("unknown setting",
+        {{"list", "--set", "Couleur=1", "a.xyz"}, 2, "réglage inconnu : Couleur"});
+    row("set without equals",
+        {{"list", "--set", "Inc_Num", "a.xyz"}, 2, "--set attend CLE=VALEUR : Inc_Num"});
+    row("help", {{"list", "--help"}, 0, "--set CLE=VALEUR"});
+    // A file that cannot be read: the report, and no output at all.
+    row("read error",
+        {{"convert", input_, dir_.filePath("missing.xyz"), "-o", dir_.filePath("never.dxf")},
+         1,
+         "Erreur d'exécution '53' :\n\nFichier introuvable\n"});
 }
 
-void TestConverter::usageErrors() {
-    QFETCH(QStringList, args);
-    QTemporaryDir config;
-    const Run run = runCli(args, config.path());
-    QCOMPARE(run.exitCode, 2);
-    QVERIFY2(run.err.contains("usage: tovalin-cli"), run.err.constData());
+// 2 for a usage error, 1 for a run-time error, with the message on standard
+// error and nothing written; 0 for the help.
+void TestConverter::exitStatus() {
+    QFETCH(Exit, c);
+    const Run run = runCli(c.args, config_.path());
+    QCOMPARE(run.exitCode, c.status);
+    const QString err = QString::fromUtf8(run.err);
+    if (c.status == 0) {
+        QCOMPARE(err, QString());
+        QVERIFY(QString::fromUtf8(run.out).contains(c.message));
+        return;
+    }
     QCOMPARE(run.out, QByteArray());
-
-    const Run help = runCli({"--help"}, config.path());
-    QCOMPARE(help.exitCode, 0);
-    QVERIFY(help.out.contains("--set CLE=VALEUR"));
-}
-
-void TestConverter::readErrorWritesNothing() {
-    QTemporaryDir config;
-    const QString output = dir_.filePath(QStringLiteral("never.dxf"));
-    const Run run =
-        runCli({"convert", input_, dir_.filePath(QStringLiteral("missing.xyz")), "-o", output},
-               config.path());
-    QCOMPARE(run.exitCode, 1);
-    QCOMPARE(QString::fromUtf8(run.err),
-             QStringLiteral("Erreur d'exécution '53' :\n\nFichier introuvable\n"));
-    QVERIFY(!QFile::exists(output));
+    QVERIFY(!QFile::exists(dir_.filePath(QStringLiteral("never.dxf"))));
+    if (c.status == 1) {
+        QCOMPARE(err, c.message);
+    } else {
+        QVERIFY2(err.startsWith(QStringLiteral("tovalin-cli : ") + c.message + u'\n'),
+                 run.err.constData());
+        QVERIFY2(err.contains(QStringLiteral("\nusage: tovalin-cli list|convert")),
+                 run.err.constData());
+    }
 }
 
 void TestConverter::settingsFileIsReadNeverWritten() {
@@ -239,73 +192,60 @@ void TestConverter::settingsFileIsReadNeverWritten() {
     QCOMPARE(readBytes(ini), content);
 }
 
-void TestConverter::convertMatchesTheSaveCommand_data() {
-    QTest::addColumn<QString>("locale");
-    QTest::addColumn<int>("filterIndex");
-    QTest::addColumn<QStringList>("sets"); // KEY=VALUE
-    QTest::newRow("XYZ, French") << "fr_FR.UTF-8" << 1 << QStringList{"Separateur_Ecr=;"};
-    QTest::newRow("XYZ, English, unformatted")
-        << "en_US.UTF-8" << 1 << QStringList{"ExtCfg=1", "Separateur_Autre_Ecr=|"};
-    QTest::newRow("DXF 3D, French")
-        << "fr_FR.UTF-8" << 2 << QStringList{"Fich_Dim=3D", "Calque_Point=PTS"};
-    QTest::newRow("DXF 2D, English") << "en_US.UTF-8" << 2 << QStringList{"Calque_Z="};
+void TestConverter::agreesWithTheProgram_data() {
+    Rows<Agreement> row;
+    row("list, French", {"fr_FR.UTF-8", 0, {}, 1});
+    row("list, English, grouped", {"en_US.UTF-8", 0, {"SepSys=1", "NbDec=0.0"}, 1});
+    row("list, numbered, twice", {"fr_FR.UTF-8", 0, {"Inc_Num=1", "Num_Premier_Pt=7"}, 2});
+    row("XYZ, French", {"fr_FR.UTF-8", 1, {"Separateur_Ecr=;"}, 2});
+    row("XYZ, English, unformatted", {"en_US.UTF-8", 1, {"ExtCfg=1", "Separateur_Autre_Ecr=|"}, 2});
+    row("DXF 3D, French", {"fr_FR.UTF-8", 2, {"Fich_Dim=3D", "Calque_Point=PTS"}, 2});
+    row("DXF 2D, English", {"en_US.UTF-8", 2, {"Calque_Z="}, 2});
 }
 
-void TestConverter::convertMatchesTheSaveCommand() {
-    QFETCH(QString, locale);
-    QFETCH(int, filterIndex);
-    QFETCH(QStringList, sets);
-    const QString extension = filterIndex == 1 ? QStringLiteral(".xyz") : QStringLiteral(".dxf");
-
-    // The converter...
-    QTemporaryDir config;
-    const QString cliOutput = dir_.filePath(QStringLiteral("cli") + extension);
-    QStringList args{"convert", input_, input_, "-o", cliOutput, "--height", "2.5"};
-    for (const QString& set : sets)
-        args << QStringLiteral("--set") << set;
-    const Run run = runCli(args, config.path(), locale);
+// What the converter writes, byte for byte what the program shows in its list
+// after the open command, or writes with its save command.
+void TestConverter::agreesWithTheProgram() {
+    QFETCH(Agreement, c);
+    const bool list = c.filterIndex == 0;
+    const QStringList inputs(c.times, list ? large_ : input_);
+    const QString extension = c.filterIndex == 1 ? QStringLiteral(".xyz") : QStringLiteral(".dxf");
+    const QString output = dir_.filePath(QStringLiteral("cli") + extension);
+    const QStringList command =
+        list ? QStringList{"list"} : QStringList{"convert", "-o", output, "--height", "2.5"};
+    const Run run =
+        runCli(withSets(command + inputs, c.sets), config_.path(), QString::fromLatin1(c.locale));
     QCOMPARE(run.err, QByteArray());
     QCOMPARE(run.exitCode, 0);
 
-    // ...and the program's open and save commands, with the same settings.
-    RegionalFormatScope scope(QLocale(locale.section(u'.', 0, 0)));
-    MemorySettings settings;
-    for (const QString& set : sets) {
-        const QString key = set.section(u'=', 0, 0);
-        const QString section = QStringList{"NbDec", "SepSys", "ExtCfg"}.contains(key)
-                                    ? sections::app()
-                                    : sections::parametre();
-        settings.setValue(section, key, set.section(u'=', 1));
+    Program program(QString::fromLatin1(c.locale), c.sets, inputs);
+    QCOMPARE(program.state.PointCount, double((list ? largePoints_ : 3) * c.times));
+    if (list) {
+        std::string shown;
+        for (int row = 1; row < program.state.Grid.rows(); ++row) {
+            program.state.Grid.appendRowUtf8(row, 4, '\t', shown);
+            shown += '\n';
+        }
+        QCOMPARE(run.out.size(), qsizetype(shown.size()));
+        QVERIFY(run.out == QByteArrayView(shown));
+        return;
     }
-    GestionDonnee state;
-    LoadSettings(state.Settings, settings);
-    ScriptedDialogs boxes;
-    ScriptedFileDialog files;
-    NoWindowSurface window;
-    NoProgress progress;
-    CommandContext context{state, boxes, boxes, files, settings, window, progress};
     const QString saved = dir_.filePath(QStringLiteral("saved") + extension);
-    files.choose(input_, 1);
-    OpenCommand(context);
-    boxes.answerMessage(MsgAnswer::Yes);
-    files.choose(input_, 1);
-    OpenCommand(context);
-    files.choose(saved, filterIndex);
-    if (filterIndex == 2)
-        boxes.answerInput(QStringLiteral("2.5"));
-    SaveCommand(context);
-
+    program.files.choose(saved, c.filterIndex);
+    if (c.filterIndex == 2)
+        program.boxes.answerInput(QStringLiteral("2.5"));
+    SaveCommand(program.context);
+    QCOMPARE(run.out, QByteArray());
     QVERIFY(!readBytes(saved).isEmpty());
-    QCOMPARE(readBytes(cliOutput), readBytes(saved));
+    QCOMPARE(readBytes(output), readBytes(saved));
 }
 
 void TestConverter::dxfReadByIndependentReader() {
-    QTemporaryDir config;
     const QString output = dir_.filePath(QStringLiteral("ezdxf.dxf"));
-    const Run run =
-        runCli({"convert", input_, "-o", output, "--set", "Fich_Dim=3D", "--set",
-                "Calque_Point=PTS", "--set", "Calque_Matricule=MAT", "--set", "Calque_Z=ALT"},
-               config.path(), QStringLiteral("en_US.UTF-8"));
+    const Run run = runCli(
+        withSets({"convert", input_, "-o", output},
+                 {"Fich_Dim=3D", "Calque_Point=PTS", "Calque_Matricule=MAT", "Calque_Z=ALT"}),
+        config_.path(), QStringLiteral("en_US.UTF-8"));
     QCOMPARE(run.exitCode, 0);
 
     QProcess python;

@@ -52,12 +52,13 @@ public:
         history << caption;
         ++captions;
     }
-    void tick() override {}
+    void tick() override { ++ticks; }
     void flush() override { flushed = last; }
 
     QString last;
     QStringList history;
     int captions = 0;
+    int ticks = 0;
     QString flushed;
 };
 

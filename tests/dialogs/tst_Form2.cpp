@@ -4,14 +4,7 @@
 #include "app/Startup.h"
 #include "dialogs/parameters/Form2.h"
 #include "dialogs/parameters/ParametersCommand.h"
-#include "formats/DxfReader.h"
-#include "formats/DxfWriter.h"
-#include "formats/XyzReader.h"
-#include "formats/XyzWriter.h"
 #include "platform/NumberText.h"
-
-#include <QRegularExpression>
-#include <QStyleOptionButton>
 
 using namespace testing;
 using namespace platform;
@@ -45,18 +38,6 @@ QString look(QWidget* control) {
     return qobject_cast<QComboBox*>(control)->currentText();
 }
 
-// A mouse click where the user would click: on the box or the round button.
-void clickOn(QWidget* control) {
-    QStyleOptionButton option;
-    option.initFrom(control);
-    const bool check = qobject_cast<QCheckBox*>(control) != nullptr;
-    const QRect indicator = control->style()->subElementRect(
-        check ? QStyle::SE_CheckBoxIndicator : QStyle::SE_RadioButtonIndicator, &option, control);
-    const bool round = qobject_cast<QRadioButton*>(control) != nullptr;
-    QTest::mouseClick(control, Qt::LeftButton, {},
-                      (check || round ? indicator : control->rect()).center());
-}
-
 // Keys as a keyboard sends them; characters beyond ASCII carry their key code.
 void typeText(QWidget* target, const QString& text) {
     for (QChar c : text) {
@@ -66,10 +47,6 @@ void typeText(QWidget* target, const QString& text) {
             QTest::sendKeyEvent(QTest::Click, target, Qt::Key(c.toUpper().unicode()), QString(c),
                                 Qt::NoModifier);
     }
-}
-
-void deletePendingWindows() {
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 struct Fixture {
@@ -89,8 +66,7 @@ struct Fixture {
         dialog = new Form2(state, boxes, settings);
         dialog->show();
         dialog->activateWindow();
-        if (!QTest::qWaitForWindowActive(dialog))
-            qWarning("the dialog did not become active");
+        QVERIFY(QTest::qWaitForWindowActive(dialog));
     }
     QWidget* control(const QString& name) const {
         return dialog ? dialog->findChild<QWidget*>(name) : nullptr;
@@ -98,8 +74,10 @@ struct Fixture {
     // A control's look, "mem:Key" a value in memory, otherwise a stored value.
     QString valueOf(const QString& key) const {
         if (key.startsWith(QStringLiteral("mem:"))) {
-            const QRegularExpression entry(u'^' + key.mid(4) + u'=');
-            return memorySettings(state.Settings).filter(entry).value(0).section(u'=', 1);
+            for (const QString& entry : memorySettings(state.Settings)) {
+                if (entry.section(u'=', 0, 0) == key.mid(4))
+                    return entry.section(u'=', 1);
+            }
         }
         if (QWidget* widget = control(key))
             return look(widget);
@@ -116,7 +94,7 @@ struct Fixture {
         QVERIFY2(target, qPrintable(action));
         auto* field = qobject_cast<QLineEdit*>(target);
         if (verb == u"click") {
-            clickOn(target);
+            qobject_cast<QAbstractButton*>(target)->click();
         } else if (verb == u"type") {
             typeText(target, argument);
         } else if (verb == u"paste") {
@@ -135,13 +113,6 @@ struct Fixture {
             QVERIFY(!target->hasFocus());
         } else {
             QFAIL(qPrintable(action));
-        }
-    }
-    void actAll(const QString& actions) {
-        for (const QString& action : items(actions)) {
-            act(action);
-            if (QTest::currentTestFailed())
-                return;
         }
     }
 };
@@ -163,8 +134,6 @@ private slots:
     void cleanupTestCase() { qInstallMessageHandler(previousHandler); }
     void dialog_data();
     void dialog();
-    void settingsReachReaderAndWriters_data();
-    void settingsReachReaderAndWriters();
     void menuOpensOneDialog();
 };
 
@@ -184,46 +153,48 @@ void TestForm2::dialog_data() {
         "Text2= [off] & Check6=0 & Option1=1 & Option2=0 & Text3=0 [on] & Check3=1 & "
         "Text4=1 [on] & Check4=1 & Text5=2 [on] & Check5=0 & Text6= [off] & Check7=1 & "
         "Text7=1 [on] & Option3=1 & Option4=0 & mem:Num_Premier_Pt=1");
-    row("memory reloaded", "Separateur_Lec=; & Calque_Matricule=MAT & Num_Pt_Dxf=10", "",
-        "mem:Num_Pt_Dxf=10 & mem:Calque_Matricule=MAT & mem:Separateur_Lec=; & Text7=10 [on]");
+    row("stored values, memory reloaded",
+        "Separateur_Lec=\t & Separateur_Ecr= & Separateur_Autre_Lec=| & Fich_Dim=3D & "
+        "App/ExtCfg=1 & Calque_Matricule=MAT & Num_Pt_Dxf=10",
+        "",
+        "Combo1=Tabulation & Combo2= & Check1=1 & Text1=| [on] & Option4=1 & Check6=1 & "
+        "Text7=10 [on] & mem:Num_Pt_Dxf=10 & mem:Calque_Matricule=MAT & mem:Separateur_Lec=\t");
     // The flavour button's rule replaces the stored names at every opening.
     row("AutoCAD replaces stored layer names",
         "Dxf_Format=AC & Calque_Point=PTS & Calque_Matricule=MAT & Calque_Z=ALT", "",
         "Option2=1 & Text3=Point [on] & Text4=Point_Mat [on] & Text5=Point_Z [on]");
-    row("empty layers switch their boxes off", "Calque_Matricule= & Calque_Z=", "",
-        "Text3=0 [on] & Check3=0 & Text4= [off] & Check4=0 & Text5= [off]");
-    row("separators, 3D, unformatted",
-        "Separateur_Lec=\t & Separateur_Ecr= & Separateur_Autre_Lec=| & Fich_Dim=3D & App/ExtCfg=1",
-        "", "Combo1=Tabulation & Combo2= & Check1=1 & Text1=| [on] & Option4=1 & Check6=1");
-    row("numbering on, DXF numbering empty", "Inc_Num=1 & Num_Premier_Pt=100 & Num_Pt_Dxf=", "",
-        "Check5=1 & Text6=100 [on] & Check7=1 & Text7= [on]");
+    row("empty values",
+        "Calque_Matricule= & Calque_Z= & Inc_Num=1 & Num_Premier_Pt=100 & Num_Pt_Dxf=", "",
+        "Check3=0 & Text4= [off] & Check4=0 & Text5= [off] & Check5=1 & Text6=100 [on] & "
+        "Check7=1 & Text7= [on]");
     row("values the dialog does not know",
         "Dxf_Format=XX & Fich_Dim=4D & Calque_Point=PTS & Inc_Num=2 & App/ExtCfg=oui", "",
         "Option1=0 & Option2=0 & Text3=PTS [on] & Option3=0 & Option4=0 & Check5=0 & Check6=0");
 
-    // Confirming with "Ok".
-    row("separators", "",
-        "select Combo1 1 & select Combo2 4 & click Check1 & type Text1 | & click Command1",
-        "Separateur_Lec=; & Separateur_Ecr=\t & Separateur_Autre_Lec=| & Separateur_Autre_Ecr=");
-    row("other separators switched off and ticked empty", "Separateur_Autre_Lec=|",
-        "click Check1 & click Check2 & click Command1",
-        "Separateur_Autre_Lec= & Separateur_Autre_Ecr=");
-    // The store keeps the identifier layer's name, memory does not: the DXF
-    // writer then puts the identifiers on an unnamed layer.
-    row("layers switched off", "Calque_Matricule=MAT & Calque_Z=ALT",
-        "click Check3 & click Check4 & click Command1",
-        "Calque_Matricule=MAT & Calque_Z= & Calque_Point=0 & mem:Calque_Matricule= & "
-        "mem:Calque_Z=");
-    row("layers typed, numbering on", "",
-        "clear Text3 & type Text3 BORNES & click Check5 & type Text6 0 & click Command1",
-        "Calque_Point=BORNES & Calque_Matricule=1 & Inc_Num=1 & Num_Premier_Pt=10");
-    row("both numberings off", "Inc_Num=1 & Num_Premier_Pt=7 & Num_Pt_Dxf=12",
-        "click Check5 & click Check7 & click Command1",
-        "Inc_Num=0 & Num_Premier_Pt= & Num_Pt_Dxf=");
+    // Confirming with "Ok" saves and sets the run's settings.
+    row("separators, layer, numbering", "",
+        "select Combo1 1 & select Combo2 4 & click Check1 & type Text1 | & clear Text3 & "
+        "type Text3 BORNES & click Check5 & type Text6 0 & clear Text7 & type Text7 500 & "
+        "click Command1",
+        "Separateur_Lec=; & Separateur_Ecr=\t & Separateur_Autre_Lec=| & Separateur_Autre_Ecr= & "
+        "Calque_Point=BORNES & Calque_Matricule=1 & Inc_Num=1 & Num_Premier_Pt=10 & "
+        "Num_Pt_Dxf=500 & mem:Separateur_Lec=; & mem:Separateur_Ecr=\t & "
+        "mem:Separateur_Autre_Lec=| & mem:Calque_Point=BORNES & mem:Calque_Matricule=1 & "
+        "mem:Inc_Num=1 & mem:Num_Premier_Pt=10 & mem:Num_Pt_Dxf=500");
+    // Ticked empty or switched off, the values are emptied; but the store
+    // keeps the identifier layer's name, memory does not: the DXF writer then
+    // puts the identifiers on an unnamed layer.
+    row("every box switched",
+        "Separateur_Autre_Lec=| & Calque_Matricule=MAT & Calque_Z=ALT & "
+        "Inc_Num=1 & Num_Premier_Pt=7 & Num_Pt_Dxf=12",
+        "click Check1 & click Check2 & click Check3 & click Check4 & click Check5 & click Check7 & "
+        "click Command1",
+        "Separateur_Autre_Lec= & Separateur_Autre_Ecr= & Calque_Matricule=MAT & Calque_Z= & "
+        "mem:Calque_Matricule= & mem:Calque_Z= & Inc_Num=0 & Num_Premier_Pt= & Num_Pt_Dxf=");
     row("AutoCAD 3D, Z layer off", "",
         "click Check4 & click Option2 & click Option4 & click Command1",
         "Dxf_Format=AC & Fich_Dim=3D & Calque_Point=Point & Calque_Matricule=Point_Mat & "
-        "Calque_Z=");
+        "Calque_Z= & mem:Dxf_Format=AC & mem:Fich_Dim=3D & mem:Calque_Z=");
     row("Microstation 2D", "Dxf_Format=AC & Fich_Dim=3D",
         "click Option1 & click Option3 & click Command1",
         "Dxf_Format=MS & Fich_Dim=2D & Calque_Point=0 & Calque_Matricule=1 & Calque_Z=2");
@@ -237,33 +208,28 @@ void TestForm2::dialog_data() {
         "mem:Separateur_Autre_Lec= & mem:Separateur_Autre_Ecr=# & App/ExtCfg=1 & "
         "Separateur_Autre_Lec=| & Separateur_Lec=<absent> & Calque_Point=<absent>");
 
-    // The fields' rules.
-    const QStringList layer{layerBox};
-    row("blank typed in layer name", "", "clear Text3 & type Text3 A B", "Text3=AB [on]", layer);
-    row("no-break space typed", "", "clear Text4 & type Text4 A\u00A0B", "Text4=AB [on]", layer);
-    row("slash typed", "", "clear Text5 & type Text5 A/B", "Text5=AB [on]", layer);
-    row("accented letter typed", "", "clear Text3 & type Text3 Bé1", "Text3=B1 [on]", layer);
-    row("allowed layer characters", "", "clear Text3 & type Text3 Az09_$-", "Text3=Az09_$- [on]");
+    // The fields' rules: a refused key never reaches the field, a refused
+    // change is worked back from the cursor, one message per character.
+    row("layer names typed", "",
+        "clear Text3 & type Text3 A Bé1 & clear Text4 & type Text4 A\u00A0B & clear Text5 & "
+        "type Text5 A/z09_$-",
+        "Text3=AB1 [on] & Text4=AB [on] & Text5=Az09_$- [on]", QStringList(4, layerBox));
     // Only the change test sees a paste: blanks get through.
-    row("blank pasted", "", "clear Text3 & paste Text3 A B", "Text3=A B [on]");
-    // One message per character worked back from the cursor.
-    row("slash pasted", "", "clear Text5 & paste Text5 a/b", "Text5=a [on]", {layerBox, layerBox});
-    row("slash pasted inside", "", "clear Text3 & type Text3 AB & cursor Text3 1 & paste Text3 /",
-        "Text3=AB [on]", layer);
-    row("letter typed in number", "", "clear Text7 & type Text7 12a", "Text7=12 [on]", {numberBox});
-    row("point typed in separator", "", "click Check1 & type Text1 a.b", "Text1=ab [on]",
-        {forbiddenBox});
-    row("acute accent typed", "", "click Check2 & type Text2 \u00B4|", "Text2=| [on]",
-        {forbiddenBox});
-    row("point pasted in separator", "", "click Check1 & paste Text1 .", "Text1=. [on]");
+    row("layer names pasted", "",
+        "clear Text3 & paste Text3 A B & clear Text5 & paste Text5 a/b & clear Text4 & "
+        "type Text4 AB & cursor Text4 1 & paste Text4 /",
+        "Text3=A B [on] & Text5=a [on] & Text4=AB [on]", QStringList(3, layerBox));
+    row("numbers and separators", "",
+        "clear Text7 & type Text7 12a & click Check1 & type Text1 a.b & paste Text1 . & "
+        "click Check2 & type Text2 \u00B4|",
+        "Text7=12 [on] & Text1=ab. [on] & Text2=| [on]", {numberBox, forbiddenBox, forbiddenBox});
     // Microstation refills are one above the flavour's own names.
-    row("points left empty, Microstation", "", "clear Text3 & leave Text3", "Text3=1 [on]");
-    row("heights left empty, Microstation", "", "clear Text5 & leave Text5", "Text5=3 [on]");
-    row("identifiers left empty, AutoCAD", "Dxf_Format=AC", "clear Text4 & leave Text4",
+    row("left empty, Microstation", "",
+        "clear Text3 & leave Text3 & clear Text5 & leave Text5 & click Check5 & clear Text6 & "
+        "leave Text6 & click Check1 & leave Text1",
+        "Text3=1 [on] & Text5=3 [on] & Text6=1 [on] & Text1= [on]");
+    row("left empty, AutoCAD", "Dxf_Format=AC", "clear Text4 & leave Text4",
         "Text4=Point_Mat [on]");
-    row("left empty, no flavour", "Dxf_Format=XX", "clear Text3 & leave Text3", "Text3= [on]");
-    row("first number left empty", "", "click Check5 & clear Text6 & leave Text6", "Text6=1 [on]");
-    row("other separator left empty", "", "click Check1 & leave Text1", "Text1= [on]");
 }
 
 void TestForm2::dialog() {
@@ -277,65 +243,19 @@ void TestForm2::dialog() {
     f.state.Settings.Num_Pt_Dxf = Variant(57.0);
     f.state.Settings.Calque_Matricule = Variant(QString());
     f.open();
-    f.actAll(actions);
-    if (QTest::currentTestFailed())
-        return;
+    for (const QString& action : items(actions)) {
+        f.act(action);
+        if (QTest::currentTestFailed())
+            return;
+    }
     const bool closed = actions.contains(QStringLiteral("click Command"));
-    deletePendingWindows();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QCOMPARE(f.dialog.isNull(), closed);
     for (const QString& entry : items(expected)) {
         const QString key = entry.section(u'=', 0, 0);
         QCOMPARE(key + u'=' + f.valueOf(key), entry);
     }
     QCOMPARE(shownBoxes(f.boxes), boxes);
-}
-
-void TestForm2::settingsReachReaderAndWriters_data() {
-    QTest::addColumn<QLocale>("locale");
-    QTest::addColumn<QString>("xyzLine");
-    QTest::newRow("French") << frenchFormat() << QStringLiteral("100\t1,5\t2,25\t3\r\n");
-    QTest::newRow("English") << englishFormat() << QStringLiteral("100\t1.5\t2.25\t3\r\n");
-}
-
-void TestForm2::settingsReachReaderAndWriters() {
-    QFETCH(QLocale, locale);
-    QFETCH(QString, xyzLine);
-    RegionalFormatScope scope(locale);
-    Fixture f;
-    f.open();
-    // Read with ";" and numbered from 100; written with tabs, unformatted, in
-    // 3D, on AutoCAD layers with the point layer renamed; DXF points read
-    // numbered from 500.
-    f.actAll("select Combo1 1 & click Check5 & clear Text6 & type Text6 100 & select Combo2 4 & "
-             "click Check6 & click Option2 & clear Text3 & type Text3 BORNES & click Option4 & "
-             "clear Text7 & type Text7 500 & click Command1");
-    QCOMPARE(shownBoxes(f.boxes), QStringList());
-
-    ReadXyzLine(f.state, QStringLiteral("1,5;2,25;3"));
-    QCOMPARE(pointText(f.state.Points[0]), QStringLiteral("100|1.5|2.25|3"));
-
-    QTemporaryDir dir;
-    NoFileDialogs files;
-    NoWindowSurface window;
-    NoProgress progress;
-    CommandContext context{f.state, f.boxes, f.boxes, files, f.settings, window, progress};
-    const QString xyz = dir.filePath(QStringLiteral("out.xyz"));
-    WriteXyzFile(context, xyz);
-    QCOMPARE(QString::fromLatin1(readBytes(xyz)), xyzLine);
-
-    const QString dxf = dir.filePath(QStringLiteral("out.dxf"));
-    f.boxes.answerInput(QStringLiteral("1"));
-    WriteDxfFile(context, dxf);
-    // The renamed point layer, the AutoCAD layers, the real height (3D).
-    for (const char* part :
-         {"\r\n0\r\nPOINT\r\n5\r\n800\r\n8\r\nBORNES\r\n", "\r\n8\r\nPoint_Mat\r\n",
-          "\r\n8\r\nPoint_Z\r\n", "\r\n30\r\n3.000\r\n"})
-        QVERIFY2(readBytes(dxf).contains(part), part);
-
-    // The reader takes the texts' anchors for points too: three from one.
-    ReadDxfFile(context, dxf);
-    QCOMPARE(storedNames(f.state), items("100 & 500 & 501 & 502"));
-    QCOMPARE(f.boxes.unexpectedBoxes(), 0);
 }
 
 void TestForm2::menuOpensOneDialog() {
@@ -347,15 +267,12 @@ void TestForm2::menuOpensOneDialog() {
     QCOMPARE(f.window.findChildren<Form2*>().size(), 1);
     QPointer<Form2> first = f.window.findChild<Form2*>();
     QVERIFY(first->isVisible() && !first->isModal());
-    QCOMPARE(first->windowTitle(), QStringLiteral("Paramètres des fichiers"));
 
     child<QComboBox>(first, "Combo1")->setCurrentIndex(3);
     child<QComboBox>(first, "Combo2")->setCurrentIndex(4);
-    clickOn(child<QWidget>(first, "Command1"));
-    deletePendingWindows();
+    child<QPushButton>(first, "Command1")->click();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QVERIFY(first.isNull());
-    QCOMPARE(f.settings.values.value(storeKey("Separateur_Lec")), QStringLiteral(" "));
-    QCOMPARE(f.settings.values.value(storeKey("Separateur_Ecr")), QStringLiteral("\t"));
 
     // Closed, the item opens a fresh one, which shows what was saved.
     f.trigger("para");

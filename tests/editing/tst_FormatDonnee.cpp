@@ -1,13 +1,8 @@
-#include "Fixtures.h"
 #include "TestRunner.h"
-#include "TestSupport.h"
+#include "WindowFixture.h"
 
 #include "editing/CoordinateFormat.h"
 #include "editing/FormatDonnee.h"
-
-#include <QCheckBox>
-#include <QComboBox>
-#include <QPushButton>
 
 using namespace testing;
 using namespace platform;
@@ -39,9 +34,9 @@ struct Fixture {
         dialog->show();
         return *dialog;
     }
-    QComboBox* combo() const { return dialog->findChild<QComboBox*>(QStringLiteral("Combo1")); }
-    QCheckBox* check() const { return dialog->findChild<QCheckBox*>(QStringLiteral("Check1")); }
-    void ok() { dialog->findChild<QPushButton*>(QStringLiteral("Command1"))->click(); }
+    QComboBox* combo() const { return child<QComboBox>(dialog.get(), "Combo1"); }
+    QCheckBox* check() const { return child<QCheckBox>(dialog.get(), "Check1"); }
+    void ok() { child<QPushButton>(dialog.get(), "Command1")->click(); }
     // Picks an entry with the keyboard, as a user would.
     void choose(const QString& pattern) {
         combo()->setFocus();
@@ -57,10 +52,13 @@ struct Fixture {
 
 struct Shown {
     bool french;
-    QString pattern; // "" keeps the entry shown
-    bool separator;
-    const char* firstRow;
-    const char* xColumn;
+    QString saved;        // the pattern in the settings store, "-" none
+    int flag;             // SepSys in memory
+    QString shown;        // the pattern shown on opening
+    QString pattern;      // chosen by the user, "" none
+    bool click;           // on the separator box
+    bool closeBox;        // closed with the close box, not "Ok"
+    const char* firstRow; // "" the list is not rewritten
 };
 
 } // namespace
@@ -71,110 +69,67 @@ class TestFormatDonnee : public QObject {
 private slots:
     void okRewritesTheList_data();
     void okRewritesTheList();
-    void choicesAreSavedAtOnce();
-    void loading_data();
-    void loading();
     void rowsFollowTheStoreIndex();
-    void emptyStoreOnlyCloses();
 };
 
 void TestFormatDonnee::okRewritesTheList_data() {
     Rows<Shown> row;
-    row("French, no decimals", {true, "0", false, "A & 1235 & -1 & 1000000", "1235 & 2 & 0"});
-    row("French, six decimals, grouped",
-        {true, "0.000000", true, "A & 1_234,567800 & -0,500000 & 1_000_000,250000",
-         "1_234,567800 & 2,000000 & 0,000400"});
-    row("French, grouping only",
-        {true, "", true, "A & 1_234,568 & -0,500 & 1_000_000,250", "1_234,568 & 2,000 & 0,000"});
-    row("English, one decimal, grouped",
-        {false, "0.0", true, "A & 1,234.6 & -0.5 & 1,000,000.3", "1,234.6 & 2.0 & 0.0"});
-    row("English, two decimals",
-        {false, "0.00", false, "A & 1234.57 & -0.50 & 1000000.25", "1234.57 & 2.00 & 0.00"});
+    row("fr, no decimals", {true, "-", 0, "0.000", "0", false, false, "A & 1235 & -1 & 1000000"});
+    row("fr, six decimals, grouped", {true, "-", 0, "0.000", "0.000000", true, false,
+                                      "A & 1_234,567800 & -0,500000 & 1_000_000,250000"});
+    row("fr, grouping only",
+        {true, "-", 0, "0.000", "", true, false, "A & 1_234,568 & -0,500 & 1_000_000,250"});
+    row("en, one decimal, grouped",
+        {false, "0.00", 0, "0.00", "0.0", true, false, "A & 1,234.6 & -0.5 & 1,000,000.3"});
+    row("en, two decimals",
+        {false, "-", 0, "0.000", "0.00", false, false, "A & 1234.57 & -0.50 & 1000000.25"});
+    row("no choice changes nothing", {false, "0.00", 0, "0.00", "", false, false, ""});
+    row("pattern not in the list", {false, "#.##", 0, "", "", false, false, ""});
+    // Each choice is saved at once: the close box keeps them, but not the
+    // list's texts.
+    row("close box", {true, "-", 0, "0.000", "0.0", true, true, ""});
+    // A flag of 1 set on the box counts as a click: "Ok" rewrites at once,
+    // with the pattern in memory, not the one shown.
+    row("separator on rewrites",
+        {false, "0.0000", 1, "0.0000", "", false, false, "A & 1,234.568 & -0.500 & 1,000,000.250"});
+    row("separator off",
+        {false, "0.0000", 1, "0.0000", "", true, false, "A & 1234.568 & -0.500 & 1000000.250"});
 }
 
 void TestFormatDonnee::okRewritesTheList() {
     QFETCH(Shown, c);
     RegionalFormatScope scope(c.french ? frenchFormat() : englishFormat());
     Fixture f;
+    if (c.saved != u"-")
+        f.settings.values[QStringLiteral("App/NbDec")] = c.saved;
+    f.state.Settings.SepSys = int16_t(c.flag);
+    f.state.Grid.setTextMatrix(1, 1, QStringLiteral("stale"));
+    const QStringList before = gridRow(f.state, 1);
+
     FormatDonnee& dialog = f.open();
+    QCOMPARE(f.combo()->currentText(), c.shown);
+    QCOMPARE(f.check()->isChecked(), c.flag == 1);
     if (!c.pattern.isEmpty())
         f.choose(c.pattern);
-    if (c.separator)
+    if (c.click)
         f.check()->click();
-    f.ok();
+    if (c.closeBox)
+        dialog.close();
+    else
+        f.ok();
 
-    QCOMPARE(gridRow(f.state, 1), cells(c.firstRow));
-    QCOMPARE(gridColumn(f.state, 1), cells(c.xColumn));
+    QVERIFY(!dialog.isVisible());
+    const bool rewritten = *c.firstRow != 0;
+    QCOMPARE(gridRow(f.state, 1), rewritten ? cells(c.firstRow) : before);
     for (std::size_t i = 0; i < sample.size(); ++i) // the store is never rounded
         QCOMPARE(pointText(f.state.Points[i]), pointText(sample[i]));
-    QCOMPARE(f.state.DataModified, true);
-    QVERIFY(!dialog.isVisible());
-    QCOMPARE(f.saved("NbDec"), c.pattern.isEmpty() ? "-" : c.pattern);
-    QCOMPARE(f.saved("SepSys"), c.separator ? "1" : "-");
-}
-
-void TestFormatDonnee::choicesAreSavedAtOnce() {
-    RegionalFormatScope scope(frenchFormat());
-    Fixture f;
-    const QStringList before = gridRow(f.state, 1);
-    FormatDonnee& dialog = f.open();
-    QVERIFY(!dialog.formatChanged());
-    f.choose(QStringLiteral("0.0"));
-    QCOMPARE(f.saved("NbDec") + f.state.Settings.NbDec, QStringLiteral("0.00.0"));
-    QVERIFY(dialog.formatChanged());
-    for (int flag : {1, 0, 1}) {
-        f.check()->click();
-        QCOMPARE(f.saved("SepSys"), QString::number(flag));
-        QCOMPARE(f.state.Settings.SepSys, flag);
-    }
-
-    // The close box keeps the choices but not the list's texts.
-    dialog.close();
-    QCOMPARE(gridRow(f.state, 1), before);
-    QCOMPARE(f.state.DataModified, false);
-
-    // Opened again it shows them, and the flag counts as a change.
-    f.open();
-    QCOMPARE(f.combo()->currentText(), QStringLiteral("0.0"));
-    QVERIFY(f.check()->isChecked());
-    f.ok();
-    QCOMPARE(gridRow(f.state, 1), cells("A & 1_234,6 & -0,5 & 1_000_000,3"));
-}
-
-void TestFormatDonnee::loading_data() {
-    QTest::addColumn<QString>("savedPattern"); // "-" for absent
-    QTest::addColumn<int>("flag");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("no click changes nothing") << "0.00" << 0 << "0.00";
-    QTest::newRow("defaults") << "-" << 0 << "0.000";
-    // A flag of 1 set on the box counts as a click: "Ok" rewrites at once.
-    QTest::newRow("separator on rewrites") << "0.0000" << 1 << "0.0000";
-    QTest::newRow("pattern not in the list") << "#.##" << 0 << "";
-}
-
-void TestFormatDonnee::loading() {
-    QFETCH(QString, savedPattern);
-    QFETCH(int, flag);
-    QFETCH(QString, shown);
-    RegionalFormatScope scope(englishFormat());
-    Fixture f;
-    if (savedPattern != u"-")
-        f.settings.values[QStringLiteral("App/NbDec")] = savedPattern;
-    f.state.Settings.SepSys = int16_t(flag);
-    f.state.Grid.setTextMatrix(1, 1, QStringLiteral("stale"));
-
-    FormatDonnee& dialog = f.open();
-    QCOMPARE(f.combo()->currentText(), shown);
-    QCOMPARE(f.combo()->count(), 7);
-    QCOMPARE(f.check()->isChecked(), flag == 1);
-    QCOMPARE(f.saved("SepSys"), flag == 1 ? "1" : "-");
-    QCOMPARE(f.saved("NbDec"), savedPattern); // loading never saves the pattern
-
-    f.ok();
-    QVERIFY(!dialog.isVisible());
-    QCOMPARE(f.state.DataModified, flag == 1);
-    // The in-memory pattern (still "0.000") formats the rewrite.
-    QCOMPARE(f.state.Grid.textMatrix(1, 1), flag == 1 ? "1,234.568" : "stale");
+    QCOMPARE(f.state.DataModified, rewritten);
+    // Saved and in memory as soon as chosen; loading saves the flag only.
+    QCOMPARE(f.saved("NbDec"), c.pattern.isEmpty() ? c.saved : c.pattern);
+    QCOMPARE(f.state.Settings.NbDec, c.pattern.isEmpty() ? "0.000" : c.pattern);
+    const int flag = c.click ? 1 - c.flag : c.flag;
+    QCOMPARE(f.saved("SepSys"), c.flag == 1 || c.click ? QString::number(flag) : "-");
+    QCOMPARE(f.state.Settings.SepSys, flag);
 }
 
 void TestFormatDonnee::rowsFollowTheStoreIndex() {
@@ -186,28 +141,15 @@ void TestFormatDonnee::rowsFollowTheStoreIndex() {
     f.open();
     f.choose(QStringLiteral("0"));
     f.ok();
-    // Rows are addressed by store index: B is back in its old row, C moves
-    // up one, and D, past the end of the list, is not written.
+    // Every row is rewritten, addressed by store index: B is back in its old
+    // row, C moves up one, and D, past the end of the list, is not written.
     QCOMPARE(gridColumn(f.state, 0), items("A & B & C"));
     QCOMPARE(gridColumn(f.state, 1), items("1235 & 2 & 0"));
 
     RecordingProgress progress;
     RewritePointRows(f.state, progress);
-    QCOMPARE(progress.captions, 4);
-    QCOMPARE(progress.history.first(), QStringLiteral("Formatage en cours... 1/4 points"));
+    QCOMPARE(progress.history.size(), 4);
     QCOMPARE(progress.last, QStringLiteral("Formatage en cours... 4/4 points"));
-}
-
-void TestFormatDonnee::emptyStoreOnlyCloses() {
-    Fixture f(std::vector<PointRecord>{});
-    FormatDonnee& dialog = f.open();
-    f.check()->click();
-    QVERIFY(dialog.formatChanged());
-    f.ok();
-    QVERIFY(!dialog.isVisible());
-    // DataModified is set once per point rewritten: none here.
-    QCOMPARE(f.state.DataModified, false);
-    QCOMPARE(f.state.Grid.rows(), 1);
 }
 
 TOVALIN_TEST(TestFormatDonnee)

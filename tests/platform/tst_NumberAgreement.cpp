@@ -141,6 +141,24 @@ private:
 
 constexpr int kValues = 1000000;
 
+// Values at the edges of the rules, checked before the random ones: zeros,
+// halves at the rounding digit, binary just below one, carries into a new
+// digit or group, the ends of the fixed form...
+const double kEdges[] = {0.0,     -0.0,   0.5,        -0.5,   2.5,   -2.5,   0.0004,
+                         -0.0004, 0.0005, -0.0005,    1.0005, 2.675, 9.9995, 999999.9996,
+                         1e-5,    -1e-5,  9.99999e-6, 0.0001, 1e15,  -1e15};
+// ...and of 15 digits, of the double and of the float ranges.
+const double kLimits[] = {
+    999999999999999.5,      999999999999999.9, 123456789012345678.0, -1.25e20, 1e-300, 4.9e-324,
+    1.7976931348623157e308, 16777216.0,        3.4028234663852886e38};
+
+// The edges first, then values of every kind.
+double valueAt(int i, ValueSource& values) {
+    constexpr int edges = int(std::size(kEdges));
+    constexpr int limits = int(std::size(kLimits));
+    return i < edges ? kEdges[i] : i < edges + limits ? kLimits[i - edges] : values.next(i);
+}
+
 } // namespace
 
 class TestNumberAgreement : public QObject {
@@ -166,7 +184,7 @@ void TestNumberAgreement::defaultTextAgreesWithPrintf() {
     ValueSource values(1);
     TextBuffer buffer;
     for (int i = 0; i < kValues; ++i) {
-        const double value = values.next(i);
+        const double value = valueAt(i, values);
         const QString expected = referenceDefault(value, fmt.decimal);
         buffer.clear();
         AppendDefaultText(buffer, value, fmt);
@@ -193,11 +211,7 @@ void TestNumberAgreement::fixedDecimalsAgreeWithPrintf() {
     const NumberPattern compiled(pattern, fmt);
     ValueSource values(qHash(pattern));
     for (int i = 0; i < kValues / 4; ++i) {
-        // Zeros of both signs and the edges of the short way's range first.
-        static const double edges[] = {0.0,        -0.0,    1e-5,  -1e-5,
-                                       9.99999e-6, 1e15,    -1e15, 999999999999999.9,
-                                       0.0005,     -0.0005, 0.5,   -0.5};
-        double value = i < int(std::size(edges)) ? edges[i] : values.next(i);
+        double value = valueAt(i, values);
         // Beyond 10^20 the texts get long and say nothing new.
         if (std::fabs(value) > 1e20)
             value = std::fmod(value, 1e20);
@@ -220,7 +234,7 @@ void TestNumberAgreement::floatTextAgreesWithPrintf() {
     testing::RegionalFormatScope scope(testing::frenchFormat());
     ValueSource values(7);
     for (int i = 0; i < kValues / 4; ++i) {
-        const auto value = static_cast<float>(values.next(i));
+        const auto value = static_cast<float>(valueAt(i, values));
         if (!std::isfinite(value))
             continue;
         const QString expected = referenceDefault(double(value), QChar(u','), "%.7G");

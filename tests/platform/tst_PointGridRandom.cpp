@@ -70,7 +70,7 @@ QString randomText(QRandomGenerator& random) {
     case 3:
         return QString(QChar(0xDC00)) + QStringLiteral("lone");
     case 4:
-        return QStringLiteral("a\tb");
+        return QStringLiteral(" a\tb "); // blanks are kept
     default:
         return QString::number(random.bounded(1000000)) + u',' +
                QString::number(random.bounded(1000));

@@ -1,14 +1,15 @@
+#include "Fixtures.h"
 #include "TestRunner.h"
 #include "TestSupport.h"
 
 #include "platform/SettingsStore.h"
 
-#include <QDir>
 #include <QFile>
 #include <QSettings>
 #include <QTest>
 
 using namespace platform;
+using testing::Rows;
 
 namespace {
 
@@ -27,7 +28,15 @@ QString readByQSettings(const QString& key) {
                                                     : value.toString();
 }
 
+struct HandWritten {
+    QByteArray content;
+    QString section;
+    QString key;
+    QString expected;
+};
+
 } // namespace
+Q_DECLARE_METATYPE(HandWritten)
 
 class TestSettings : public QObject {
     Q_OBJECT
@@ -35,75 +44,39 @@ class TestSettings : public QObject {
 private slots:
     void init() { QFile::remove(iniPath()); }
 
-    void fileIsUnderConfigHome();
     void handWrittenFile_data();
     void handWrittenFile();
     void valuesRoundTrip_data();
     void valuesRoundTrip();
     void handWrittenValuesSurviveAWrite();
-    void anotherStoreSeesAWrite();
 };
 
-void TestSettings::fileIsUnderConfigHome() {
-    QVERIFY(!qEnvironmentVariableIsEmpty("XDG_CONFIG_HOME"));
-    IniSettingsStore store;
-    QCOMPARE(QDir::cleanPath(store.fileName()), QDir::cleanPath(iniPath()));
-}
-
 void TestSettings::handWrittenFile_data() {
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("section");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QString>("expected");
-    const QString sep = QStringLiteral("Separateur_Lec");
-    const QString def = QStringLiteral("<default>");
-
-    QTest::newRow("raw UTF-8 section, semicolon")
-        << QByteArray("[Param\xc3\xa8tre]\nSeparateur_Lec=;\n") << kParametre << sep << ";";
-    QTest::newRow("unquoted comma")
-        << QByteArray("[Param\xc3\xa8tre]\nSeparateur_Lec=,\n") << kParametre << sep << ",";
-    QTest::newRow("escaped section, quoted comma")
-        << QByteArray("[Param%E8tre]\nSeparateur_Lec=\",\"\n") << kParametre << sep << ",";
-    QTest::newRow("wide escaped section")
-        << QByteArray("[Param%U00E8tre]\nSeparateur_Lec=|\n") << kParametre << sep << "|";
-    QTest::newRow("quoted blank") << QByteArray("[Param\xc3\xa8tre]\nSeparateur_Lec=\" \"\n")
-                                  << kParametre << sep << " ";
-    QTest::newRow("escaped tab") << QByteArray("[Param\xc3\xa8tre]\nSeparateur_Lec=\\t\n")
-                                 << kParametre << sep << "\t";
-    QTest::newRow("CR LF, blanks around") << QByteArray("[App]\r\n  NbDec  =  0.000 \r\n") << "App"
-                                          << "NbDec"
-                                          << "0.000";
-    QTest::newRow("commas and blanks kept") << QByteArray("[Divers]\nListe=a, b ;c\n") << "Divers"
-                                            << "Liste"
-                                            << "a, b ;c";
-    QTest::newRow("UTF-8 value") << QByteArray("[Divers]\nNom=caf\xc3\xa9 \xe2\x82\xac\n")
-                                 << "Divers"
-                                 << "Nom"
-                                 << "café €";
-    QTest::newRow("comment lines") << QByteArray("; note\n[App]\n;K=1\nK=2\n") << "App"
-                                   << "K"
-                                   << "2";
-    QTest::newRow("later line wins")
-        << QByteArray("[App]\nK=1\n[Divers]\nK=9\n[App]\nK=3\n") << "App"
-        << "K"
-        << "3";
-    QTest::newRow("empty value is not the default") << QByteArray("[App]\nK=\n") << "App"
-                                                    << "K"
-                                                    << "";
-    QTest::newRow("missing key") << QByteArray("[App]\nK=1\n") << "App"
-                                 << "L" << def;
-    QTest::newRow("key in another section") << QByteArray("[Divers]\nK=1\n") << "App"
-                                            << "K" << def;
+    Rows<HandWritten> row;
+    const QByteArray sep = "[Param\xc3\xa8tre]\nSeparateur_Lec=";
+    row("raw UTF-8 section, semicolon", {sep + ";\n", kParametre, "Separateur_Lec", ";"});
+    row("unquoted comma", {sep + ",\n", kParametre, "Separateur_Lec", ","});
+    row("escaped section, quoted comma",
+        {"[Param%E8tre]\nSeparateur_Lec=\",\"\n", kParametre, "Separateur_Lec", ","});
+    row("wide escaped section",
+        {"[Param%U00E8tre]\nSeparateur_Lec=|\n", kParametre, "Separateur_Lec", "|"});
+    row("quoted blank", {sep + "\" \"\n", kParametre, "Separateur_Lec", " "});
+    row("escaped tab", {sep + "\\t\n", kParametre, "Separateur_Lec", "\t"});
+    row("CR LF, blanks around", {"[App]\r\n  NbDec  =  0.000 \r\n", "App", "NbDec", "0.000"});
+    row("commas and blanks kept", {"[Divers]\nListe=a, b ;c\n", "Divers", "Liste", "a, b ;c"});
+    row("UTF-8 value", {"[Divers]\nNom=caf\xc3\xa9 \xe2\x82\xac\n", "Divers", "Nom", "café €"});
+    row("comment lines", {"; note\n[App]\n;K=1\nK=2\n", "App", "K", "2"});
+    row("later line wins", {"[App]\nK=1\n[Divers]\nK=9\n[App]\nK=3\n", "App", "K", "3"});
+    row("empty value is not the default", {"[App]\nK=\n", "App", "K", ""});
+    row("missing key", {"[App]\nK=1\n", "App", "L", "<default>"});
+    row("key in another section", {"[Divers]\nK=1\n", "App", "K", "<default>"});
 }
 
 void TestSettings::handWrittenFile() {
-    QFETCH(QByteArray, content);
-    QFETCH(QString, section);
-    QFETCH(QString, key);
-    QFETCH(QString, expected);
-    testing::writeBytes(iniPath(), content);
+    QFETCH(HandWritten, c);
+    testing::writeBytes(iniPath(), c.content);
     IniSettingsStore store;
-    QCOMPARE(store.value(section, key, QStringLiteral("<default>")), expected);
+    QCOMPARE(store.value(c.section, c.key, QStringLiteral("<default>")), c.expected);
 }
 
 void TestSettings::valuesRoundTrip_data() {
@@ -124,15 +97,20 @@ void TestSettings::valuesRoundTrip_data() {
 
 void TestSettings::valuesRoundTrip() {
     QFETCH(QString, value);
+    const QString key = QStringLiteral("Valeur");
+    IniSettingsStore reader; // opened before the writes, it must still see them
     {
         IniSettingsStore store;
-        store.setValue(kParametre, QStringLiteral("Valeur"), value);
-        QCOMPARE(store.value(kParametre, QStringLiteral("Valeur"), QString()), value);
+        store.setValue(kParametre, key, QStringLiteral("first"));
+        QCOMPARE(reader.value(kParametre, key, QString()), QStringLiteral("first"));
+        store.setValue(kParametre, key, value);
+        QCOMPARE(store.value(kParametre, key, QString()), value);
+        QCOMPARE(reader.value(kParametre, key, QString()), value);
     }
     IniSettingsStore fresh;
-    QCOMPARE(fresh.value(kParametre, QStringLiteral("Valeur"), QString()), value);
+    QCOMPARE(fresh.value(kParametre, key, QString()), value);
     // Another reader of the file (QSettings itself) gets the same text.
-    QCOMPARE(readByQSettings(kParametre + QStringLiteral("/Valeur")), value);
+    QCOMPARE(readByQSettings(kParametre + u'/' + key), value);
 }
 
 void TestSettings::handWrittenValuesSurviveAWrite() {
@@ -148,17 +126,6 @@ void TestSettings::handWrittenValuesSurviveAWrite() {
     QCOMPARE(store.value(QStringLiteral("Divers"), QStringLiteral("Lien"), QString()), "a;b");
     QCOMPARE(store.value(QStringLiteral("App"), QStringLiteral("Version"), QString()), "3");
     QCOMPARE(readByQSettings(kParametre + QStringLiteral("/Separateur_Lec")), ";");
-}
-
-void TestSettings::anotherStoreSeesAWrite() {
-    IniSettingsStore reader;
-    IniSettingsStore writer;
-    QCOMPARE(reader.value(QStringLiteral("App"), QStringLiteral("K"), QStringLiteral("none")),
-             "none");
-    writer.setValue(QStringLiteral("App"), QStringLiteral("K"), QStringLiteral("first"));
-    QCOMPARE(reader.value(QStringLiteral("App"), QStringLiteral("K"), QString()), "first");
-    writer.setValue(QStringLiteral("App"), QStringLiteral("K"), QStringLiteral("second value"));
-    QCOMPARE(reader.value(QStringLiteral("App"), QStringLiteral("K"), QString()), "second value");
 }
 
 TOVALIN_TEST(TestSettings)

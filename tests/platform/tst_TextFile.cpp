@@ -1,7 +1,8 @@
+#include "Fixtures.h"
+#include "RuntimeErrors.h"
 #include "TestRunner.h"
 #include "TestSupport.h"
 
-#include "platform/RuntimeError.h"
 #include "platform/TextFile.h"
 
 #include <QFile>
@@ -10,26 +11,41 @@
 #include <QTest>
 
 using namespace platform;
+using namespace testing;
 
 namespace {
 
-template <typename F> int errorOf(F&& call) {
-    try {
-        call();
-    } catch (const RuntimeError& error) {
-        return error.number();
-    }
-    return 0;
-}
-
-QByteArray allBytes() {
+// Text and bytes that go both ways, or only from text to bytes.
+struct CodePage {
     QByteArray bytes;
-    for (int i = 0; i < 256; ++i)
-        bytes.append(char(i));
-    return bytes;
-}
+    QString text;
+    bool decodes = true;
+};
+
+// An opening that fails; "<dir>" is the test folder itself, "<locked>" a
+// file its owner may not read.
+struct OpenError {
+    QString name;
+    bool writing;
+    int error;
+};
+
+struct Lines {
+    QByteArray bytes;
+    QStringList lines;
+};
+
+// Expected fields: a QString for a text, a double for a number.
+struct Fields {
+    QByteArray bytes;
+    QVariantList fields;
+};
 
 } // namespace
+Q_DECLARE_METATYPE(CodePage)
+Q_DECLARE_METATYPE(OpenError)
+Q_DECLARE_METATYPE(Lines)
+Q_DECLARE_METATYPE(Fields)
 
 class TestTextFile : public QObject {
     Q_OBJECT
@@ -37,24 +53,18 @@ class TestTextFile : public QObject {
 private slots:
     void init() { QVERIFY(dir_.isValid()); }
 
-    void decoding_data();
-    void decoding();
-    void encoding_data();
-    void encoding();
-    void allBytesRoundTrip();
+    void codePage_data();
+    void codePage();
 
     void lineSplitting_data();
     void lineSplitting();
-    void readPastEndIsError62();
 
-    void writerEndsLinesWithCrLf();
+    void writer();
     void writerFlushesLargeOutput();
-    void writeAfterCloseIsError();
     void diskFullIsError61();
 
     void openErrors_data();
     void openErrors();
-    void permissionDeniedIsError70();
 
     void fields_data();
     void fields();
@@ -65,101 +75,65 @@ private:
     QTemporaryDir dir_;
 };
 
-void TestTextFile::decoding_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("ascii") << QByteArray("Az09 ,;") << QStringLiteral("Az09 ,;");
-    QTest::newRow("euro") << QByteArray("\x80") << QStringLiteral("€");
-    QTest::newRow("high controls")
-        << QByteArray("\x8a\x8c\x99\x9f") << QStringLiteral("\u0160\u0152\u2122\u0178");
-    QTest::newRow("undefined bytes")
-        << QByteArray("\x81\x8d\x8f\x90\x9d") << QStringLiteral("\u0081\u008d\u008f\u0090\u009d");
-    QTest::newRow("latin-1 part") << QByteArray("\xa0\xe9\xff") << QStringLiteral("\u00a0éÿ");
-    QTest::newRow("nul and 26") << QByteArray("a\0\x1a", 3)
-                                << QStringView(u"a\u0000\u001a", 3).toString();
+void TestTextFile::codePage_data() {
+    Rows<CodePage> row;
+    row("ascii", {"Az09 ,;", "Az09 ,;"});
+    row("euro", {"1 \x80", "1 €"});
+    row("high controls", {"\x8a\x8c\x99\x9f", "\u0160\u0152\u2122\u0178"});
+    row("undefined bytes", {"\x81\x8d\x8f\x90\x9d", "\u0081\u008d\u008f\u0090\u009d"});
+    row("latin-1 part", {"\xa0\xe9\xc8\xff", "\u00a0éÈÿ"});
+    row("nul and 26", {QByteArray("a\0\x1a", 3), QStringView(u"a\u0000\u001a", 3).toString()});
+    // Characters the code page lacks are one '?' each.
+    row("other C1 control", {"a??b", "a\u0080\u0095b", false});
+    row("outside the code page", {"x??", "x\u0100\u6f22", false});
+    row("surrogate pair", {"a?b", "a\U0001F600b", false});
+    row("pair at the end", {"?", "\U0001F600", false});
+    row("lone surrogates", {"?x?", QStringView(u"\xd800x\xdc00").toString(), false});
 }
 
-void TestTextFile::decoding() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(QString, text);
-    QCOMPARE(DecodeCp1252(bytes), text);
-}
-
-void TestTextFile::encoding_data() {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("euro") << QStringLiteral("1 €") << QByteArray("1 \x80");
-    QTest::newRow("accents") << QStringLiteral("éÈœŸ") << QByteArray("\xe9\xc8\x9c\x9f");
-    QTest::newRow("undefined bytes back")
-        << QStringLiteral("\u0081\u009d") << QByteArray("\x81\x9d");
-    QTest::newRow("other C1 control") << QStringLiteral("a\u0080\u0095b") << QByteArray("a??b");
-    QTest::newRow("outside the code page") << QStringLiteral("x\u0100\u6f22") << QByteArray("x??");
-    QTest::newRow("surrogate pair is one character")
-        << QStringLiteral("a\U0001F600b") << QByteArray("a?b");
-    QTest::newRow("lone surrogates")
-        << QStringView(u"\xd800x\xdc00").toString() << QByteArray("?x?");
-    QTest::newRow("pair at the end") << QStringLiteral("\U0001F600") << QByteArray("?");
-}
-
-void TestTextFile::encoding() {
-    QFETCH(QString, text);
-    QFETCH(QByteArray, bytes);
-    QCOMPARE(EncodeCp1252(text), bytes);
-}
-
-void TestTextFile::allBytesRoundTrip() {
-    const QByteArray bytes = allBytes();
-    const QString text = DecodeCp1252(bytes);
-    QCOMPARE(text.size(), 256);
-    QCOMPARE(EncodeCp1252(text), bytes);
-
-    // Through the files: every byte but CR stays inside a line.
-    QByteArray noCr = bytes;
-    noCr.remove(13, 1);
-    const QString line = DecodeCp1252(noCr);
-    {
-        LineWriter writer(path("all.txt"));
-        writer.writeLine(line);
-        writer.writeLine(line);
-    }
-    QCOMPARE(testing::readBytes(path("all.txt")), noCr + "\r\n" + noCr + "\r\n");
-    LineReader reader(path("all.txt"));
-    QCOMPARE(reader.readLine(), line);
-    QCOMPARE(reader.readLine(), line);
-    QVERIFY(reader.atEnd());
+void TestTextFile::codePage() {
+    QFETCH(CodePage, c);
+    if (c.decodes)
+        QCOMPARE(DecodeCp1252(c.bytes), c.text);
+    QCOMPARE(EncodeCp1252(c.text), c.bytes);
+    QByteArray appended = "<";
+    AppendCp1252(appended, c.text);
+    QCOMPARE(appended, "<" + c.bytes);
 }
 
 void TestTextFile::lineSplitting_data() {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QStringList>("lines");
-    QTest::newRow("CR LF") << QByteArray("a\r\nb\r\n") << QStringList{"a", "b"};
-    QTest::newRow("lone CR") << QByteArray("a\rb\r") << QStringList{"a", "b"};
-    QTest::newRow("lone LF stays") << QByteArray("a\nb\r\nc\n") << QStringList{"a\nb", "c\n"};
-    QTest::newRow("LF CR") << QByteArray("a\n\rb") << QStringList{"a\n", "b"};
-    QTest::newRow("CR CR LF") << QByteArray("a\r\r\nb") << QStringList{"a", "", "b"};
-    QTest::newRow("last line without break") << QByteArray("a\r\nb") << QStringList{"a", "b"};
-    QTest::newRow("empty file") << QByteArray() << QStringList{};
-    QTest::newRow("only a break") << QByteArray("\r\n") << QStringList{""};
-    QTest::newRow("blank lines") << QByteArray("\r\n\r\nx") << QStringList{"", "", "x"};
-    QTest::newRow("byte 26 is ordinary")
-        << QByteArray("a\x1a\r\n\x1a") << QStringList{"a\x1a", "\x1a"};
-    QTest::newRow("code page") << QByteArray("\x80\xe9\r\n") << QStringList{"€é"};
-    QTest::newRow("lines longer than blocks")
-        << QByteArray("abcdefghij\r\nk\rlmnopqrstuvwxyz\n0123\r\n")
-        << QStringList{"abcdefghij", "k", "lmnopqrstuvwxyz\n0123"};
+    Rows<Lines> row;
+    row("CR LF", {"a\r\nb\r\n", {"a", "b"}});
+    row("lone CR", {"a\rb\r", {"a", "b"}});
+    row("lone LF stays", {"a\nb\r\nc\n", {"a\nb", "c\n"}});
+    row("LF CR", {"a\n\rb", {"a\n", "b"}});
+    row("CR CR LF", {"a\r\r\nb", {"a", "", "b"}});
+    row("last line without break", {"a\r\nb", {"a", "b"}});
+    row("empty file", {"", {}});
+    row("only a break", {"\r\n", {""}});
+    row("blank lines", {"\r\n\r\nx", {"", "", "x"}});
+    row("byte 26 is ordinary", {"a\x1a\r\n\x1a", {"a\x1a", "\x1a"}});
+    row("code page", {"\x80\xe9\r\n", {"€é"}});
+    row("lines longer than blocks", {"abcdefghij\r\nk\rlmnopqrstuvwxyz\n0123\r\n",
+                                     {"abcdefghij", "k", "lmnopqrstuvwxyz\n0123"}});
 }
 
 void TestTextFile::lineSplitting() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(QStringList, lines);
-    testing::writeBytes(path("lines.txt"), bytes);
+    QFETCH(Lines, c);
+    const QByteArray& bytes = c.bytes;
+    const QStringList& lines = c.lines;
+    writeBytes(path("lines.txt"), bytes);
     LineReader reader(path("lines.txt"));
+    LineReader raw(path("lines.txt"));
     QCOMPARE(reader.size(), bytes.size());
     QStringList read;
-    while (!reader.atEnd())
+    while (!reader.atEnd()) {
         read << reader.readLine();
+        QCOMPARE(DecodeCp1252(raw.readRawLine()), read.last());
+    }
     QCOMPARE(read, lines);
     QCOMPARE(reader.position(), bytes.size());
+    QCOMPARE(errorOf([&] { reader.readLine(); }), 62);
 
     // Read a block at a time, the file gives the same lines: no block ends
     // inside a line or between a CR and its LF.
@@ -173,7 +147,7 @@ void TestTextFile::lineSplitting() {
         for (QByteArrayView block = blocks.next(); !block.isEmpty(); block = blocks.next()) {
             // The block before stays as it was while this one was read.
             QCOMPARE(previous, QByteArrayView(previousBytes));
-            testing::writeBytes(path("block.txt"), block.toByteArray());
+            writeBytes(path("block.txt"), block.toByteArray());
             LineReader blockLines(path("block.txt"));
             while (!blockLines.atEnd())
                 fromBlocks << blockLines.readLine();
@@ -187,26 +161,32 @@ void TestTextFile::lineSplitting() {
     }
 }
 
-void TestTextFile::readPastEndIsError62() {
-    testing::writeBytes(path("one.txt"), "x\r\n");
-    LineReader reader(path("one.txt"));
-    QCOMPARE(reader.readLine(), QStringLiteral("x"));
-    QCOMPARE(errorOf([&] { reader.readLine(); }), 62);
+void TestTextFile::writer() {
+    // Every byte is one character and back; through the files every byte but
+    // CR stays inside its line.
+    QByteArray bytes;
+    for (int i = 0; i < 256; ++i)
+        bytes.append(char(i));
+    QCOMPARE(DecodeCp1252(bytes).size(), 256);
+    QCOMPARE(EncodeCp1252(DecodeCp1252(bytes)), bytes);
+    bytes.remove(13, 1);
+    const QString all = DecodeCp1252(bytes);
 
-    testing::writeBytes(path("empty.txt"), QByteArray());
-    LineReader empty(path("empty.txt"));
-    QVERIFY(empty.atEnd());
-    QCOMPARE(errorOf([&] { empty.readLine(); }), 62);
-}
-
-void TestTextFile::writerEndsLinesWithCrLf() {
-    testing::writeBytes(path("out.txt"), "old content that must go");
+    writeBytes(path("out.txt"), "old content that must go");
     LineWriter writer(path("out.txt"));
     writer.writeLine(u"a\tb");
     writer.writeLine(u"");
+    writer.writeBytes("raw\r\n");
     writer.writeLine(QStringLiteral("€ \u6f22"));
+    writer.writeLine(all);
     writer.close();
-    QCOMPARE(testing::readBytes(path("out.txt")), QByteArray("a\tb\r\n\r\n\x80 ?\r\n"));
+    QCOMPARE(errorOf([&] { writer.writeLine(u"y"); }), 52);
+    QCOMPARE(readBytes(path("out.txt")), "a\tb\r\n\r\nraw\r\n\x80 ?\r\n" + bytes + "\r\n");
+    LineReader reader(path("out.txt"));
+    QStringList lines;
+    while (!reader.atEnd())
+        lines << reader.readLine();
+    QCOMPARE(lines, (QStringList{"a\tb", "", "raw", "€ ?", all}));
 }
 
 void TestTextFile::writerFlushesLargeOutput() {
@@ -230,14 +210,6 @@ void TestTextFile::writerFlushesLargeOutput() {
     QCOMPARE(n, count);
 }
 
-void TestTextFile::writeAfterCloseIsError() {
-    LineWriter writer(path("closed.txt"));
-    writer.writeLine(u"x");
-    writer.close();
-    QCOMPARE(errorOf([&] { writer.writeLine(u"y"); }), 52);
-    QCOMPARE(testing::readBytes(path("closed.txt")), QByteArray("x\r\n"));
-}
-
 void TestTextFile::diskFullIsError61() {
     if (!QFileInfo::exists(QStringLiteral("/dev/full")))
         QSKIP("no /dev/full here");
@@ -250,11 +222,11 @@ void TestTextFile::diskFullIsError61() {
         // A block filled up while writing fails there, not later.
         LineWriter writer(QStringLiteral("/dev/full"));
         const QString line(1000, QLatin1Char('x'));
-        const int error = errorOf([&] {
-            for (int i = 0; i < 2000; ++i)
-                writer.writeLine(line);
-        });
-        QCOMPARE(error, 61);
+        QCOMPARE(errorOf([&] {
+                     for (int i = 0; i < 2000; ++i)
+                         writer.writeLine(line);
+                 }),
+                 61);
     }
     // Pending output that cannot be written must not escape the destructor.
     auto* writer = new LineWriter(QStringLiteral("/dev/full"));
@@ -263,93 +235,71 @@ void TestTextFile::diskFullIsError61() {
 }
 
 void TestTextFile::openErrors_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("writing");
-    QTest::addColumn<int>("error");
-    // Names relative to the test folder; "<dir>" is the folder itself.
-    QTest::newRow("read: missing file") << "missing.txt" << false << 53;
-    QTest::newRow("read: missing folder") << "nofolder/missing.txt" << false << 76;
-    QTest::newRow("read: through a file") << "plain.txt/x.txt" << false << 76;
-    QTest::newRow("read: empty name") << "" << false << 75;
-    QTest::newRow("read: a folder") << "<dir>" << false << 75;
-    QTest::newRow("write: missing folder") << "nofolder/new.txt" << true << 76;
-    QTest::newRow("write: through a file") << "plain.txt/x.txt" << true << 76;
-    QTest::newRow("write: empty name") << "" << true << 75;
-    QTest::newRow("write: a folder") << "<dir>" << true << 75;
+    Rows<OpenError> row;
+    row("read: missing file", {"missing.txt", false, 53});
+    row("read: missing folder", {"nofolder/missing.txt", false, 76});
+    row("read: through a file", {"plain.txt/x.txt", false, 76});
+    row("read: empty name", {"", false, 75});
+    row("read: a folder", {"<dir>", false, 75});
+    row("read: no permission", {"<locked>", false, 70});
+    row("write: missing folder", {"nofolder/new.txt", true, 76});
+    row("write: through a file", {"plain.txt/x.txt", true, 76});
+    row("write: empty name", {"", true, 75});
+    row("write: a folder", {"<dir>", true, 75});
+    row("write: no permission", {"<locked>", true, 70});
 }
 
 void TestTextFile::openErrors() {
-    QFETCH(QString, name);
-    QFETCH(bool, writing);
-    QFETCH(int, error);
-    testing::writeBytes(path("plain.txt"), "x");
-    const QString fileName = name.isEmpty()                   ? QString()
-                             : name == QLatin1String("<dir>") ? dir_.path()
-                                                              : path(name);
-    if (writing) {
-        QCOMPARE(errorOf([&] { LineWriter writer(fileName); }), error);
+    QFETCH(OpenError, c);
+    writeBytes(path("plain.txt"), "x");
+    QString name = c.name.isEmpty() ? QString() : c.name == u"<dir>" ? dir_.path() : path(c.name);
+    if (c.name == u"<locked>") {
+        writeBytes(name, "x");
+        QFile::setPermissions(name, QFileDevice::Permissions());
+        if (QFile(name).open(QIODevice::ReadOnly))
+            QSKIP("permissions are not enforced for this user");
+    }
+    if (c.writing) {
+        QCOMPARE(errorOf([&] { LineWriter writer(name); }), c.error);
     } else {
-        QCOMPARE(errorOf([&] { LineReader reader(fileName); }), error);
-        QCOMPARE(errorOf([&] { FieldReader reader(fileName); }), error);
-        QCOMPARE(errorOf([&] { BlockReader reader(fileName, 4096); }), error);
+        QCOMPARE(errorOf([&] { LineReader reader(name); }), c.error);
+        QCOMPARE(errorOf([&] { FieldReader reader(name); }), c.error);
+        QCOMPARE(errorOf([&] { BlockReader reader(name, 4096); }), c.error);
     }
 }
 
-void TestTextFile::permissionDeniedIsError70() {
-    const QString name = path("locked.txt");
-    testing::writeBytes(name, "x");
-    QFile::setPermissions(name, QFileDevice::Permissions());
-    QFile probe(name);
-    if (probe.open(QIODevice::ReadOnly))
-        QSKIP("permissions are not enforced for this user");
-    QCOMPARE(errorOf([&] { LineReader reader(name); }), 70);
-    QCOMPARE(errorOf([&] { LineWriter writer(name); }), 70);
-}
-
 void TestTextFile::fields_data() {
-    // Expected fields: a QString for a text, a double for a number.
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QVariantList>("fields");
+    Rows<Fields> row;
     const auto t = [](const char* text) { return QVariant(QString::fromUtf8(text)); };
     const auto n = [](double value) { return QVariant(value); };
-
-    QTest::newRow("commas and CR LF")
-        << QByteArray("a,b\r\nc") << QVariantList{t("a"), t("b"), t("c")};
-    QTest::newRow("LF and lone CR")
-        << QByteArray("a\nb\rc\n") << QVariantList{t("a"), t("b"), t("c")};
-    QTest::newRow("blanks") << QByteArray(" \t a b  , c \r\n") << QVariantList{t("a b"), t("c")};
-    QTest::newRow("quoted keeps commas and line ends")
-        << QByteArray("\"a, b\r\nc\",d") << QVariantList{t("a, b\r\nc"), t("d")};
-    QTest::newRow("rest after the quote dropped") << QByteArray("  \"ab\" cd,e\r\n\"x\"y\r\nz")
-                                                  << QVariantList{t("ab"), t("e"), t("x"), t("z")};
-    QTest::newRow("unclosed quote runs to the end")
-        << QByteArray("\"ab,c\r\nd") << QVariantList{t("ab,c\r\nd")};
-    QTest::newRow("quoted number stays text") << QByteArray("\"10\"") << QVariantList{t("10")};
-    QTest::newRow("empty quoted") << QByteArray("\"\",x") << QVariantList{t(""), t("x")};
-    QTest::newRow("line end after comma is an empty field")
-        << QByteArray("a,\r\nb") << QVariantList{t("a"), t(""), t("b")};
-    QTest::newRow("comma then line end at the end")
-        << QByteArray("a,\n") << QVariantList{t("a"), t("")};
-    QTest::newRow("comma at the very end") << QByteArray("a,") << QVariantList{t("a")};
-    QTest::newRow("two commas") << QByteArray("a,,b") << QVariantList{t("a"), t(""), t("b")};
-    QTest::newRow("empty line") << QByteArray("a\r\n\r\nb") << QVariantList{t("a"), t(""), t("b")};
-    QTest::newRow("blanks at the end") << QByteArray("a\r\n  ") << QVariantList{t("a"), t("")};
-    QTest::newRow("byte 26 and code page")
-        << QByteArray("a\x1a,\x80") << QVariantList{t("a\x1a"), t("€")};
-    QTest::newRow("numbers") << QByteArray("10.0,+10,-2.5e3,1E+2, 7 \r\n0\r\n")
-                             << QVariantList{n(10), n(10), n(-2500), n(100), n(7), n(0)};
-    QTest::newRow("almost numbers")
-        << QByteArray("10.,.5,1e,1e+,0x1,1.2.3,12a,- 1,1 2")
-        << QVariantList{t("10."),   t(".5"),  t("1e"),  t("1e+"), t("0x1"),
-                        t("1.2.3"), t("12a"), t("- 1"), t("1 2")};
-    QTest::newRow("beyond the double range")
-        << QByteArray("1e999,-1e400") << QVariantList{t("1e999"), t("-1e400")};
+    row("commas and CR LF", {"a,b\r\nc", {t("a"), t("b"), t("c")}});
+    row("LF and lone CR", {"a\nb\rc\n", {t("a"), t("b"), t("c")}});
+    row("blanks", {" \t a b  , c \r\n", {t("a b"), t("c")}});
+    row("quoted keeps commas and line ends", {"\"a, b\r\nc\",d", {t("a, b\r\nc"), t("d")}});
+    row("rest after the quote dropped",
+        {"  \"ab\" cd,e\r\n\"x\"y\r\nz", {t("ab"), t("e"), t("x"), t("z")}});
+    row("unclosed quote runs to the end", {"\"ab,c\r\nd", {t("ab,c\r\nd")}});
+    row("quoted number stays text", {"\"10\"", {t("10")}});
+    row("empty quoted", {"\"\",x", {t(""), t("x")}});
+    row("line end after comma is a field", {"a,\r\nb", {t("a"), t(""), t("b")}});
+    row("comma then line end at the end", {"a,\n", {t("a"), t("")}});
+    row("comma at the very end", {"a,", {t("a")}});
+    row("two commas", {"a,,b", {t("a"), t(""), t("b")}});
+    row("empty line", {"a\r\n\r\nb", {t("a"), t(""), t("b")}});
+    row("blanks at the end", {"a\r\n  ", {t("a"), t("")}});
+    row("byte 26 and code page", {"a\x1a,\x80", {t("a\x1a"), t("€")}});
+    row("numbers",
+        {"10.0,+10,-2.5e3,1E+2, 7 \r\n0\r\n", {n(10), n(10), n(-2500), n(100), n(7), n(0)}});
+    row("almost numbers", {"10.,.5,1e,1e+,0x1,1.2.3,12a,- 1,1 2",
+                           {t("10."), t(".5"), t("1e"), t("1e+"), t("0x1"), t("1.2.3"), t("12a"),
+                            t("- 1"), t("1 2")}});
+    row("beyond the double range", {"1e999,-1e400", {t("1e999"), t("-1e400")}});
 }
 
 void TestTextFile::fields() {
-    QFETCH(QByteArray, bytes);
-    QFETCH(QVariantList, fields);
-    testing::writeBytes(path("fields.txt"), bytes);
+    QFETCH(Fields, c);
+    const QVariantList& fields = c.fields;
+    writeBytes(path("fields.txt"), c.bytes);
     FieldReader reader(path("fields.txt"));
     for (int i = 0; i < fields.size(); ++i) {
         QVERIFY2(!reader.atEnd(), qPrintable(QStringLiteral("ended before field %1").arg(i)));
@@ -368,8 +318,8 @@ void TestTextFile::fields() {
 }
 
 void TestTextFile::numberFieldComparesAsItsDefaultText() {
-    testing::writeBytes(path("n.txt"), "10.0,1.5");
-    testing::RegionalFormatScope french(testing::frenchFormat());
+    writeBytes(path("n.txt"), "10.0,1.5");
+    RegionalFormatScope french(frenchFormat());
     FieldReader reader(path("n.txt"));
     const Field ten = reader.readField();
     QVERIFY(ten == u"10");
