@@ -44,6 +44,14 @@ Form1::Form1(GestionDonnee& state, Services services, QWidget* parent)
                 state_.Grid.setRow(current.row() + state_.Grid.fixedRows());
                 state_.Grid.setCol(current.column());
             });
+    // While a row is removed the view makes the row below current, before
+    // it moves up: once it has, the current row is the one that took the
+    // removed row's place again, as the grid keeps it.
+    connect(&state_.Grid, &QAbstractItemModel::rowsRemoved, this, [this] {
+        const QModelIndex current = Grid->selectionModel()->currentIndex();
+        if (current.isValid())
+            state_.Grid.setRow(current.row() + state_.Grid.fixedRows());
+    });
     connect(&state_.Grid, &QAbstractItemModel::modelReset, this, &Form1::syncGridView);
     connect(&state_.Grid, &QAbstractItemModel::headerDataChanged, this, &Form1::syncGridView);
     layout->addWidget(Grid);

@@ -195,9 +195,15 @@ void TestForm3::deleteThenSearch() {
     QCOMPARE(f.countLabel(), QStringLiteral("Nombre de points : 2"));
     QCOMPARE(f.state.PointCount, 3.0);
     QCOMPARE(f.state.DataModified, false);
+    // The current row stays where it was, now showing B: modifying it edits
+    // store entry 0, still A.
+    QCOMPARE(f.state.Grid.row(), 1);
+    f.open("mod_pt");
+    QCOMPARE(f.text("Text4"), QStringLiteral("A"));
+    f.click("Command2");
     // Row 2 now shows C, but modifying it edits store entry 1, still B.
     f.selectRow(2);
-    f.trigger("mod_pt");
+    f.open("mod_pt");
     QCOMPARE(f.text("Text4"), QStringLiteral("B"));
     f.click("Command2");
 
