@@ -43,8 +43,18 @@ def run(command, env, stdout=subprocess.DEVNULL, check=True):
 
 
 def median_of(runs, measure):
-    values = [measure() for _ in range(runs)]
-    return statistics.median(v[0] for v in values), statistics.median(v[1] for v in values)
+    return medians_of(runs, [measure])[0]
+
+
+def medians_of(runs, measures):
+    """Runs the measures in turn, runs times over, so that a slow spell of the
+    machine weighs on each of them alike; the medians of each."""
+    values = [[] for _ in measures]
+    for _ in range(runs):
+        for kept, measure in zip(values, measures):
+            kept.append(measure())
+    return [(statistics.median(v[0] for v in kept), statistics.median(v[1] for v in kept))
+            for kept in values]
 
 
 def make_data(sizes, cli, env):
@@ -106,25 +116,28 @@ def main():
         return os.path.join(DATA, "points-%d.dxf" % count)
 
     for count in sizes:
-        seconds, peak = median_of(args.runs, lambda: run([cli, "list", xyz(count)], env))
+        measures = [lambda: run([cli, "list", xyz(count)], env)]
+        if not args.no_peers:
+            measures += [
+                lambda: peer_call("import numpy",
+                                  "numpy.loadtxt(%r, usecols=(1, 2, 3), delimiter=',')" % xyz(count)),
+                lambda: peer_call("import pandas", "pandas.read_csv(%r, header=None)" % xyz(count)),
+            ]
+        medians = medians_of(args.runs, measures)
+        seconds, peak = medians[0]
         peers = []
         if not args.no_peers:
-            numpy, numpy_process = median_of(args.runs, lambda: peer_call(
-                "import numpy",
-                "numpy.loadtxt(%r, usecols=(1, 2, 3), delimiter=',')" % xyz(count)))
-            pandas, pandas_process = median_of(args.runs, lambda: peer_call(
-                "import pandas",
-                "pandas.read_csv(%r, header=None)" % xyz(count)))
+            (numpy, numpy_process), (pandas, pandas_process) = medians[1:]
             peers = [("numpy.loadtxt", numpy), ("  its process", numpy_process),
                      ("pandas.read_csv", pandas), ("  its process", pandas_process)]
         rows.append(("list XYZ", count, seconds, peak / 1024, peers))
 
     for count in sizes:
         target = os.path.join(scratch, "out-%d.dxf" % count)
-        seconds, peak = median_of(args.runs, lambda: run(
-            [cli, "convert", "--set", "Fich_Dim=3D", xyz(count), "-o", target], env))
-        peers = []
-        if not args.no_peers and shutil.which("ogr2ogr"):
+        measures = [lambda: run(
+            [cli, "convert", "--set", "Fich_Dim=3D", xyz(count), "-o", target], env)]
+        with_ogr = not args.no_peers and shutil.which("ogr2ogr")
+        if with_ogr:
             csv = os.path.join(DATA, "points-%d.csv" % count)
             peer_target = os.path.join(scratch, "ogr-%d.dxf" % count)
 
@@ -134,7 +147,10 @@ def main():
                 return run(["ogr2ogr", "-f", "DXF", peer_target, csv,
                             "-oo", "X_POSSIBLE_NAMES=X", "-oo", "Y_POSSIBLE_NAMES=Y",
                             "-oo", "Z_POSSIBLE_NAMES=Z"], env)
-            peers = [("ogr2ogr", median_of(args.runs, ogr)[0])]
+            measures.append(ogr)
+        medians = medians_of(args.runs, measures)
+        seconds, peak = medians[0]
+        peers = [("ogr2ogr", medians[1][0])] if with_ogr else []
         rows.append(("convert XYZ->DXF", count, seconds, peak / 1024, peers))
 
     for count in sizes:
