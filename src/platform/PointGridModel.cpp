@@ -388,33 +388,6 @@ QString PointGridModel::textMatrix(int row, int col) const {
     return QString();
 }
 
-void PointGridModel::appendCellUtf8(int row, int col, QByteArray& out) const {
-    if (row < 0 || row >= rows() || col < 0 || col >= cols_)
-        return;
-    const RowStore::Ref ref = rows_.refs_[row];
-    if (ref.block == RowStore::kNoBlock)
-        return;
-    const RowView view = viewOf(rows_.blocks_[ref.block].bytes.get() + ref.offset);
-    CellReader cells(view.payload, view.size, view.wide);
-    const char* text;
-    std::size_t length;
-    for (int c = 0; cells.next(text, length); ++c) {
-        if (c != col)
-            continue;
-        if (!view.wide)
-            out.append(text, qsizetype(length));
-        else
-            out.append(cellText(text, length, true).toUtf8());
-        return;
-    }
-}
-
-void PointGridModel::appendRowUtf8(int row, int count, char separator, QByteArray& out) const {
-    std::string text;
-    appendRowUtf8(row, count, separator, text);
-    out.append(text.data(), qsizetype(text.size()));
-}
-
 void PointGridModel::appendRowUtf8(int row, int count, char separator, std::string& out) const {
     if (row < 0 || row >= rows()) {
         out.append(std::size_t(std::max(count - 1, 0)), separator);

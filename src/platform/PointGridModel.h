@@ -100,10 +100,8 @@ public:
     // the grid's columns are never read).
     void adoptPointRows(std::vector<RowStore> parts);
 
-    // Appends textMatrix(row, col).toUtf8() to out, without the QString.
-    void appendCellUtf8(int row, int col, QByteArray& out) const;
-    // The same for the cells 0 to count - 1 of a row, separator between them.
-    void appendRowUtf8(int row, int count, char separator, QByteArray& out) const;
+    // Appends the texts of the cells 0 to count - 1 of a row in UTF-8 to out,
+    // separator between them, without a QString for each.
     void appendRowUtf8(int row, int count, char separator, std::string& out) const;
 
     // Qt model: grid rows from fixedRows() on are the model's rows.

@@ -37,8 +37,6 @@ public:
     // The same line as the file's bytes, valid as long as the reader: for
     // readers that decode only the parts they keep.
     QByteArrayView readRawLine();
-    // Every byte of the file.
-    QByteArrayView bytes() const { return data_; }
 
     qsizetype size() const { return data_.size(); }
     qsizetype position() const { return pos_; }

@@ -418,7 +418,9 @@ void TestLargeFiles::listAgreesWithFormatCoordinate() {
             for (int c = 0; c < 4; ++c)
                 row << state.Grid.textMatrix(i + 1, c);
             shown << row.join(u'|');
-            state.Grid.appendRowUtf8(i + 1, 4, '\t', utf8.emplace_back());
+            std::string text;
+            state.Grid.appendRowUtf8(i + 1, 4, '\t', text);
+            utf8 << QByteArray::fromStdString(text);
         }
         QCOMPARE(shown, expected);
         QCOMPARE(utf8, expectedUtf8);
