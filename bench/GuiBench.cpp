@@ -11,11 +11,11 @@
 // memory in kilobytes.
 
 #include "app/Form1.h"
-#include "app/GestionDonnee.h"
 #include "platform/GuiProgress.h"
 #include "platform/NumberText.h"
 #include "platform/ScriptedDialogs.h"
 #include "platform/SettingsStore.h"
+#include "state/GestionDonnee.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

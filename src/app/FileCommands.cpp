@@ -1,13 +1,13 @@
 #include "app/FileCommands.h"
 
-#include "app/CommandContext.h"
-#include "app/GestionDonnee.h"
 #include "formats/DxfReader.h"
 #include "formats/DxfWriter.h"
 #include "formats/XyzReader.h"
 #include "formats/XyzWriter.h"
 #include "platform/Dialogs.h"
 #include "platform/Progress.h"
+#include "state/CommandContext.h"
+#include "state/GestionDonnee.h"
 
 using namespace platform;
 

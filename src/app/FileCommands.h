@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/MainWindowSurface.h"
+#include "state/MainWindowSurface.h"
 
 #include <QString>
 #include <functional>

@@ -1,9 +1,9 @@
 #include "app/Form1.h"
 
-#include "app/GestionDonnee.h"
-#include "app/Startup.h"
 #include "platform/CommandRunner.h"
 #include "platform/GuiProgress.h"
+#include "state/GestionDonnee.h"
+#include "state/Startup.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -17,8 +17,8 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
-Form1::Form1(GestionDonnee& state, Services services, QWidget* parent)
-    : QMainWindow(parent), state_(state), services_(services) {
+Form1::Form1(GestionDonnee& points, Services services, QWidget* parent)
+    : QMainWindow(parent), MainWindowHost(points, services) {
     setObjectName(QStringLiteral("Form1"));
     setWindowTitle(captions::designTime());
     buildMenus();
@@ -29,7 +29,7 @@ Form1::Form1(GestionDonnee& state, Services services, QWidget* parent)
 
     Grid = new QTableView(frame_);
     Grid->setObjectName(QStringLiteral("Grid"));
-    Grid->setModel(&state_.Grid);
+    Grid->setModel(&state().Grid);
     Grid->verticalHeader()->hide();
     Grid->setSelectionBehavior(QAbstractItemView::SelectRows);
     Grid->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -41,19 +41,19 @@ Form1::Form1(GestionDonnee& state, Services services, QWidget* parent)
             [this](const QModelIndex& current) {
                 if (!current.isValid())
                     return;
-                state_.Grid.setRow(current.row() + state_.Grid.fixedRows());
-                state_.Grid.setCol(current.column());
+                state().Grid.setRow(current.row() + state().Grid.fixedRows());
+                state().Grid.setCol(current.column());
             });
     // While a row is removed the view makes the row below current, before
     // it moves up: once it has, the current row is the one that took the
     // removed row's place again, as the grid keeps it.
-    connect(&state_.Grid, &QAbstractItemModel::rowsRemoved, this, [this] {
+    connect(&state().Grid, &QAbstractItemModel::rowsRemoved, this, [this] {
         const QModelIndex current = Grid->selectionModel()->currentIndex();
         if (current.isValid())
-            state_.Grid.setRow(current.row() + state_.Grid.fixedRows());
+            state().Grid.setRow(current.row() + state().Grid.fixedRows());
     });
-    connect(&state_.Grid, &QAbstractItemModel::modelReset, this, &Form1::syncGridView);
-    connect(&state_.Grid, &QAbstractItemModel::headerDataChanged, this, &Form1::syncGridView);
+    connect(&state().Grid, &QAbstractItemModel::modelReset, this, &Form1::syncGridView);
+    connect(&state().Grid, &QAbstractItemModel::headerDataChanged, this, &Form1::syncGridView);
     layout->addWidget(Grid);
 
     // Nothing fills this list; it is kept hidden, with its double click
@@ -139,7 +139,9 @@ void Form1::buildMenus() {
 }
 
 void Form1::LoadMainWindow(const QString& programFolder) {
-    run([&] { ::LoadMainWindow(state_, services_.settings, services_.messages, programFolder); });
+    run([&] {
+        ::LoadMainWindow(state(), services().settings, services().messages, programFolder);
+    });
     applyColumnWidths();
 }
 
@@ -162,8 +164,8 @@ void Form1::SaveCommand() {
 void Form1::runWithContext(const std::function<void(CommandContext&)>& command) {
     run([&] {
         platform::GuiProgress progress([this](const QString& text) { setCountLabel(text); });
-        CommandContext context{state_,          services_.messages, services_.input,
-                               services_.files, services_.settings, *this,
+        CommandContext context{state(),          services().messages, services().input,
+                               services().files, services().settings, *this,
                                progress};
         command(context);
     });
@@ -193,7 +195,7 @@ void Form1::closeEvent(QCloseEvent* event) {
     if (!closing_) {
         closing_ = true;
         runWithContext([this](CommandContext& context) {
-            CloseMainWindow(state_, services_.messages, [&] { ::SaveCommand(context); });
+            CloseMainWindow(state(), services().messages, [&] { ::SaveCommand(context); });
         });
     }
     // Every other window goes with the main one.
@@ -234,7 +236,7 @@ bool Form1::run(const std::function<void()>& command) {
     }
     busy_ = true;
     menuBar()->setEnabled(false);
-    const bool done = platform::RunCommand(services_.messages, command);
+    const bool done = platform::RunCommand(services().messages, command);
     busy_ = false;
     menuBar()->setEnabled(true);
     return done;
@@ -243,15 +245,15 @@ bool Form1::run(const std::function<void()>& command) {
 void Form1::syncGridView() {
     // With a fixed row the header row is the view's header; without one it
     // scrolls with the points as an ordinary row.
-    Grid->horizontalHeader()->setVisible(state_.Grid.fixedRows() == 1);
+    Grid->horizontalHeader()->setVisible(state().Grid.fixedRows() == 1);
     applyColumnWidths();
 }
 
 void Form1::applyColumnWidths() {
     // Widths are kept in twips (1/1440 inch).
     const double dpi = logicalDpiX();
-    for (int col = 0; col < state_.Grid.cols(); ++col) {
-        const int twips = state_.Grid.colWidth(col);
+    for (int col = 0; col < state().Grid.cols(); ++col) {
+        const int twips = state().Grid.colWidth(col);
         if (twips > 0)
             Grid->setColumnWidth(col, qRound(twips * dpi / 1440.0));
     }

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "app/CommandContext.h"
 #include "app/FileCommands.h"
+#include "state/CommandContext.h"
+#include "state/MainWindowHost.h"
 
 #include <QMainWindow>
 
@@ -11,24 +12,10 @@ class QGroupBox;
 class QLabel;
 class QListWidget;
 class QTableView;
-namespace platform {
-class MessageBoxService;
-class InputBoxService;
-class FileDialogService;
-class SettingsStore;
-} // namespace platform
-
-// The services a window needs from the platform: boxes and settings.
-struct Services {
-    platform::MessageBoxService& messages;
-    platform::InputBoxService& input;
-    platform::FileDialogService& files;
-    platform::SettingsStore& settings;
-};
 
 // The main window: the menu, the point list and its count label. Its slots
 // only call the commands; the commands hold the logic.
-class Form1 : public QMainWindow, public MainWindowSurface {
+class Form1 : public QMainWindow, public MainWindowHost {
     Q_OBJECT
 public:
     Form1(GestionDonnee& state, Services services, QWidget* parent = nullptr);
@@ -42,19 +29,13 @@ public:
     void SaveCommand();
     void QuitCommand();
 
-    // For the command modules that install themselves on the window.
-    GestionDonnee& state() { return state_; }
-    const Services& services() const { return services_; }
-    QTableView* grid() const { return Grid; }
-    QListWidget* list() const { return List1; }
-    // The menu item (or menu title command) of that name.
-    QAction* menuItem(const QString& name) const;
-    // Runs a command with the error report. While one runs, no other starts:
-    // a second call is refused (returns false), as is closing the window.
-    bool run(const std::function<void()>& command);
-    // Runs a command over the state, the services and this window, with
-    // progress shown on the count label.
-    void runWithContext(const std::function<void(CommandContext&)>& command);
+    // MainWindowHost
+    QWidget* widget() override { return this; }
+    QTableView* grid() const override { return Grid; }
+    QListWidget* list() const override { return List1; }
+    QAction* menuItem(const QString& name) const override;
+    bool run(const std::function<void()>& command) override;
+    void runWithContext(const std::function<void(CommandContext&)>& command) override;
 
     // MainWindowSurface
     void setCaption(const QString& caption) override;
@@ -71,8 +52,6 @@ private:
     void syncGridView();
     void applyColumnWidths();
 
-    GestionDonnee& state_;
-    Services services_;
     QGroupBox* frame_ = nullptr;
     QTableView* Grid = nullptr;
     QListWidget* List1 = nullptr;

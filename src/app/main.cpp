@@ -1,11 +1,11 @@
 #include "app/Form1.h"
-#include "app/GestionDonnee.h"
 #include "dialogs/parameters/ParametersCommand.h"
 #include "editing/EditingCommands.h"
 #include "editing/NumberingCommands.h"
 #include "platform/NumberText.h"
 #include "platform/QtDialogs.h"
 #include "platform/SettingsStore.h"
+#include "state/GestionDonnee.h"
 
 #include <QApplication>
 #include <QLibraryInfo>

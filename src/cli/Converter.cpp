@@ -1,9 +1,6 @@
 #include "cli/Converter.h"
 
-#include "app/CommandContext.h"
 #include "app/FileCommands.h"
-#include "app/GestionDonnee.h"
-#include "app/Startup.h"
 #include "formats/DxfWriter.h"
 #include "formats/XyzWriter.h"
 #include "platform/Dialogs.h"
@@ -12,6 +9,9 @@
 #include "platform/Progress.h"
 #include "platform/RuntimeError.h"
 #include "platform/SettingsStore.h"
+#include "state/CommandContext.h"
+#include "state/GestionDonnee.h"
+#include "state/Startup.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,10 +1,10 @@
 #include "editing/CoordinateFormat.h"
 
-#include "app/GestionDonnee.h"
-#include "app/Startup.h"
 #include "platform/NumberText.h"
 #include "platform/Progress.h"
 #include "platform/SettingsStore.h"
+#include "state/GestionDonnee.h"
+#include "state/Startup.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
 #include "editing/EditingCommands.h"
 
-#include "app/Form1.h"
-#include "app/GestionDonnee.h"
 #include "editing/Form3.h"
 #include "editing/PointEditing.h"
+#include "state/GestionDonnee.h"
+#include "state/MainWindowHost.h"
 
 #include <QAction>
 #include <QEvent>
@@ -35,7 +35,7 @@ private:
 };
 
 // The view shows the list's current row again after a command moved it.
-void followCurrentRow(Form1& window) {
+void followCurrentRow(MainWindowHost& window) {
     const platform::PointGridModel& grid = window.state().Grid;
     QItemSelectionModel* selection = window.grid()->selectionModel();
     const int row = grid.row() - grid.fixedRows();
@@ -49,7 +49,7 @@ void followCurrentRow(Form1& window) {
 
 class EditingCommands : public QObject {
 public:
-    explicit EditingCommands(Form1& window) : QObject(&window), window_(window) {}
+    explicit EditingCommands(MainWindowHost& window) : QObject(window.widget()), window_(window) {}
 
     ~EditingCommands() override {
         // The editor refers to the main window and the state: it goes with them.
@@ -91,7 +91,8 @@ private:
             editor_->activateWindow();
             return;
         }
-        auto* editor = new Form3(window_.state(), window_.services().messages, &window_, window_);
+        auto* editor =
+            new Form3(window_.state(), window_.services().messages, window_.widget(), window_);
         editor->setAttribute(Qt::WA_DeleteOnClose);
         QObject::connect(editor, &Form3::gridPositionMoved, this,
                          [this] { followCurrentRow(window_); });
@@ -99,13 +100,13 @@ private:
         editor->show();
     }
 
-    Form1& window_;
+    MainWindowHost& window_;
     QPointer<Form3> editor_;
 };
 
 } // namespace
 
-void InstallEditingCommands(Form1& window) {
+void InstallEditingCommands(MainWindowHost& window) {
     auto* commands = new EditingCommands(window);
     const auto wire = [&](const char* name, void (EditingCommands::*slot)()) {
         if (QAction* action = window.menuItem(QString::fromLatin1(name)))

@@ -1,10 +1,10 @@
 #include "editing/Form3.h"
 
-#include "app/GestionDonnee.h"
-#include "app/MainWindowSurface.h"
 #include "platform/CommandRunner.h"
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
+#include "state/GestionDonnee.h"
+#include "state/MainWindowSurface.h"
 
 #include <QCoreApplication>
 #include <QFocusEvent>

@@ -1,10 +1,10 @@
 #include "editing/FormatDonnee.h"
 
-#include "app/GestionDonnee.h"
-#include "app/Startup.h"
 #include "editing/CoordinateFormat.h"
 #include "platform/GuiProgress.h"
 #include "platform/SettingsStore.h"
+#include "state/GestionDonnee.h"
+#include "state/Startup.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>

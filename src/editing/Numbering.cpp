@@ -1,9 +1,9 @@
 #include "editing/Numbering.h"
 
-#include "app/GestionDonnee.h"
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
 #include "platform/Progress.h"
+#include "state/GestionDonnee.h"
 
 #include <cmath>
 

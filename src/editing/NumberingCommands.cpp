@@ -1,8 +1,8 @@
 #include "editing/NumberingCommands.h"
 
-#include "app/Form1.h"
 #include "editing/Form5.h"
 #include "editing/FormatDonnee.h"
+#include "state/MainWindowHost.h"
 
 #include <QAction>
 #include <QPointer>
@@ -24,31 +24,30 @@ template <typename Dialog, typename Make> void showSingle(QPointer<Dialog>& dial
 
 } // namespace
 
-void InstallNumberingAndFormatCommands(Form1& window) {
-    Form1* mainWindow = &window;
+void InstallNumberingAndFormatCommands(MainWindowHost& window) {
+    MainWindowHost* host = &window;
+    QWidget* mainWindow = window.widget();
     // The main window's run: the error report, and no other command from its
     // menu while a run goes on.
-    const auto runner = [mainWindow](const std::function<void()>& command) {
-        mainWindow->run(command);
-    };
+    const auto runner = [host](const std::function<void()>& command) { host->run(command); };
 
     // One dialog of each at a time; the connections own these.
     const auto numbering = std::make_shared<QPointer<Form5>>();
     const auto format = std::make_shared<QPointer<FormatDonnee>>();
 
     if (QAction* item = window.menuItem(QStringLiteral("MnuImmatriculation"))) {
-        QObject::connect(item, &QAction::triggered, mainWindow, [mainWindow, runner, numbering] {
-            showSingle(*numbering, [&] {
-                return new Form5(mainWindow->state(), mainWindow->services().messages, runner,
-                                 mainWindow);
+        QObject::connect(
+            item, &QAction::triggered, mainWindow, [host, mainWindow, runner, numbering] {
+                showSingle(*numbering, [&] {
+                    return new Form5(host->state(), host->services().messages, runner, mainWindow);
+                });
             });
-        });
     }
     if (QAction* item = window.menuItem(QStringLiteral("Mnu_Format"))) {
-        QObject::connect(item, &QAction::triggered, mainWindow, [mainWindow, runner, format] {
+        QObject::connect(item, &QAction::triggered, mainWindow, [host, mainWindow, runner, format] {
             showSingle(*format, [&] {
-                return new FormatDonnee(mainWindow->state(), mainWindow->services().settings,
-                                        runner, mainWindow);
+                return new FormatDonnee(host->state(), host->services().settings, runner,
+                                        mainWindow);
             });
         });
     }

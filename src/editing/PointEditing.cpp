@@ -1,13 +1,13 @@
 #include "editing/PointEditing.h"
 
-#include "app/MainWindowSurface.h"
-#include "formats/XyzReader.h"
+#include "formats/DecimalComma.h"
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
 #include "platform/PointGridModel.h"
 #include "platform/RuntimeError.h"
 #include "platform/TextUtil.h"
 #include "platform/Variant.h"
+#include "state/MainWindowSurface.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/GestionDonnee.h"
+#include "state/GestionDonnee.h"
 
 #include <QString>
 #include <cstddef>

@@ -1,8 +1,6 @@
 #include "formats/DxfReader.h"
 
-#include "app/CommandContext.h"
-#include "app/GestionDonnee.h"
-#include "formats/XyzReader.h"
+#include "formats/DecimalComma.h"
 #include "platform/NumberText.h"
 #include "platform/Parallel.h"
 #include "platform/Progress.h"
@@ -10,6 +8,8 @@
 #include "platform/TextArena.h"
 #include "platform/TextFile.h"
 #include "platform/TextUtil.h"
+#include "state/CommandContext.h"
+#include "state/GestionDonnee.h"
 
 #include <cmath>
 #include <exception>

@@ -1,14 +1,14 @@
 #include "formats/DxfWriter.h"
 
-#include "app/CommandContext.h"
-#include "app/GestionDonnee.h"
-#include "formats/XyzReader.h"
+#include "formats/DecimalComma.h"
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
 #include "platform/Parallel.h"
 #include "platform/Progress.h"
 #include "platform/TextFile.h"
 #include "platform/TextUtil.h"
+#include "state/CommandContext.h"
+#include "state/GestionDonnee.h"
 
 #include <QByteArray>
 #include <cmath>
@@ -131,13 +131,7 @@ public:
     // below 10^15.
     void wholeLine(std::uint64_t value) {
         char digits[20];
-        int n = 0;
-        do {
-            digits[n++] = char('0' + value % 10);
-            value /= 10;
-        } while (value != 0);
-        while (n > 0)
-            bytes.push_back(digits[--n]);
+        bytes.append(digits, std::size_t(WriteWholeNumber(value, digits)));
         bytes.append("\r\n", 2);
     }
     QByteArrayView view() const { return QByteArrayView(bytes.data(), qsizetype(bytes.size())); }

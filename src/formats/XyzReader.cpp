@@ -1,6 +1,6 @@
 #include "formats/XyzReader.h"
+#include "formats/DecimalComma.h"
 
-#include "app/GestionDonnee.h"
 #include "platform/NumberText.h"
 #include "platform/Parallel.h"
 #include "platform/Progress.h"
@@ -8,6 +8,7 @@
 #include "platform/TextArena.h"
 #include "platform/TextFile.h"
 #include "platform/TextUtil.h"
+#include "state/GestionDonnee.h"
 
 #include <QVarLengthArray>
 #include <algorithm>
@@ -493,20 +494,4 @@ void ReadXyzFile(GestionDonnee& state, const QString& fileName, Progress& progre
             std::rethrow_exception(readError);
         block = following;
     }
-}
-
-QString CommaToPoint(const QString& text) {
-    QString result = text;
-    const qsizetype comma = result.indexOf(u',');
-    if (comma >= 0)
-        result[comma] = u'.';
-    return result;
-}
-
-QString PointToComma(const QString& text) {
-    QString result = text;
-    const qsizetype point = result.indexOf(u'.');
-    if (point >= 0)
-        result[point] = u',';
-    return result;
 }

@@ -18,8 +18,3 @@ void ReadXyzFile(GestionDonnee& state, const QString& fileName, platform::Progre
 // Parses one line and appends at most one point; a line that fails in any way
 // is dropped silently.
 void ReadXyzLine(GestionDonnee& state, const QString& line);
-
-// The first "," made "." (for reading), and the first "." made "," (for the
-// editor's fields).
-QString CommaToPoint(const QString& text);
-QString PointToComma(const QString& text);

@@ -1,13 +1,13 @@
 #include "formats/XyzWriter.h"
 
-#include "app/CommandContext.h"
-#include "app/GestionDonnee.h"
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
 #include "platform/Progress.h"
 #include "platform/RuntimeError.h"
 #include "platform/SettingsStore.h"
 #include "platform/TextFile.h"
+#include "state/CommandContext.h"
+#include "state/GestionDonnee.h"
 
 using namespace platform;
 

@@ -248,15 +248,11 @@ bool appendWholeNumber(TextBuffer& out, double value) {
         return false;
     if (value < 0)
         out.append(u'-');
-    auto whole = static_cast<unsigned long long>(std::fabs(value));
-    char16_t digits[16];
-    int n = 0;
-    do {
-        digits[n++] = char16_t(u'0' + whole % 10);
-        whole /= 10;
-    } while (whole != 0);
-    while (n > 0)
-        out.append(digits[--n]);
+    const auto whole = static_cast<std::uint64_t>(std::fabs(value));
+    const int count = digitCount(whole);
+    const qsizetype used = out.size();
+    out.resize(used + count);
+    writeDigitUnits(out.data() + used + count, count, whole);
     return true;
 }
 
@@ -1035,6 +1031,12 @@ int16_t ToInt16(double value) {
 
 int32_t ToInt32(double value) {
     return roundHalfEven<int32_t>(value);
+}
+
+int WriteWholeNumber(std::uint64_t value, char* out) {
+    const int count = value == 0 ? 1 : digitCount(value);
+    writeDigitUnits(out + count, count, value);
+    return count;
 }
 
 } // namespace platform

@@ -104,6 +104,10 @@ void AppendDefaultText(TextBuffer& out, double value, const NumberFormat& fmt);
 QString DefaultTextFloat(float value);
 // Numeric print: a blank, the default text, a blank.
 QString NumericPrint(double value);
+// The digits of a whole number as ASCII, which is its default text below
+// 10^15 (the files' handles and counters): the count written to out, which
+// has room for 20.
+int WriteWholeNumber(std::uint64_t value, char* out);
 
 // Val: the leading number of a text, "." as decimal point whatever the locale.
 // Blanks and tabs are skipped anywhere; no digit gives 0; beyond the double

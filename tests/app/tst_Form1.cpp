@@ -1,8 +1,8 @@
 #include "TestRunner.h"
 #include "WindowFixture.h"
 
-#include "app/Startup.h"
 #include "platform/RuntimeError.h"
+#include "state/Startup.h"
 
 #include <QFile>
 

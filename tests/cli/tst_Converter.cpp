@@ -3,7 +3,7 @@
 #include "TestSupport.h"
 
 #include "app/FileCommands.h"
-#include "app/Startup.h"
+#include "state/Startup.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

@@ -4,7 +4,7 @@
 
 #include "TestSupport.h"
 
-#include "app/Startup.h"
+#include "state/Startup.h"
 
 namespace testing {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "app/CommandContext.h"
-#include "app/GestionDonnee.h"
 #include "platform/Progress.h"
 #include "platform/ScriptedDialogs.h"
 #include "platform/SettingsStore.h"
+#include "state/CommandContext.h"
+#include "state/GestionDonnee.h"
 
 #include <QMap>
 #include <QStringList>

@@ -1,10 +1,10 @@
 #include "TestRunner.h"
 #include "WindowFixture.h"
 
-#include "app/Startup.h"
 #include "dialogs/parameters/Form2.h"
 #include "dialogs/parameters/ParametersCommand.h"
 #include "platform/NumberText.h"
+#include "state/Startup.h"
 
 using namespace testing;
 using namespace platform;

@@ -3,8 +3,8 @@
 #include "TestRunner.h"
 #include "TestSupport.h"
 
-#include "app/GestionDonnee.h"
 #include "formats/DxfReader.h"
+#include "state/GestionDonnee.h"
 
 using namespace testing;
 

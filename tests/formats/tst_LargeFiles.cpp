@@ -3,13 +3,14 @@
 #include "TestRunner.h"
 #include "TestSupport.h"
 
-#include "app/GestionDonnee.h"
+#include "formats/DecimalComma.h"
 #include "formats/DxfReader.h"
 #include "formats/DxfWriter.h"
 #include "formats/XyzReader.h"
 #include "platform/NumberText.h"
 #include "platform/TextFile.h"
 #include "platform/TextUtil.h"
+#include "state/GestionDonnee.h"
 
 #include <QRandomGenerator>
 #include <QTemporaryDir>

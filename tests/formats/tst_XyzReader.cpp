@@ -3,9 +3,10 @@
 #include "TestRunner.h"
 #include "TestSupport.h"
 
-#include "app/GestionDonnee.h"
+#include "formats/DecimalComma.h"
 #include "formats/XyzReader.h"
 #include "platform/TextFile.h"
+#include "state/GestionDonnee.h"
 
 #include <QTemporaryDir>
 

@@ -1,10 +1,10 @@
 #include "dialogs/parameters/Form2.h"
 
-#include "app/GestionDonnee.h"
-#include "app/Startup.h"
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
 #include "platform/SettingsStore.h"
+#include "state/GestionDonnee.h"
+#include "state/Startup.h"
 
 #include <QApplication>
 #include <QButtonGroup>

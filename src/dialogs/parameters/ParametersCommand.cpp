@@ -1,18 +1,18 @@
 #include "dialogs/parameters/ParametersCommand.h"
 
-#include "app/Form1.h"
 #include "dialogs/parameters/Form2.h"
+#include "state/MainWindowHost.h"
 
 #include <QAction>
 #include <QPointer>
 #include <memory>
 
-void InstallParameterCommands(Form1& window) {
+void InstallParameterCommands(MainWindowHost& window) {
     QAction* item = window.menuItem(QStringLiteral("para"));
     if (item == nullptr)
         return;
     auto open = std::make_shared<QPointer<Form2>>();
-    QObject::connect(item, &QAction::triggered, &window, [&window, open] {
+    QObject::connect(item, &QAction::triggered, window.widget(), [&window, open] {
         // A dialog that is closing (hidden, not yet deleted) does not count.
         if (!open->isNull() && (*open)->isVisible()) {
             (*open)->raise();
@@ -21,7 +21,8 @@ void InstallParameterCommands(Form1& window) {
         }
         window.run([&] {
             const Services& services = window.services();
-            auto* dialog = new Form2(window.state(), services.messages, services.settings, &window);
+            auto* dialog =
+                new Form2(window.state(), services.messages, services.settings, window.widget());
             *open = dialog;
             dialog->show();
         });

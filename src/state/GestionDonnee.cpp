@@ -1,4 +1,4 @@
-#include "app/GestionDonnee.h"
+#include "state/GestionDonnee.h"
 
 #include "platform/LargeMemory.h"
 #include "platform/NumberText.h"

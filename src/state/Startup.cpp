@@ -1,10 +1,10 @@
-#include "app/Startup.h"
+#include "state/Startup.h"
 
-#include "app/GestionDonnee.h"
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
 #include "platform/SettingsStore.h"
 #include "platform/TextFile.h"
+#include "state/GestionDonnee.h"
 
 #include <QFileInfo>
 
