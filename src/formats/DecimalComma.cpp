@@ -1,17 +1,21 @@
 #include "formats/DecimalComma.h"
 
-QString CommaToPoint(const QString& text) {
+namespace {
+
+QString replaceFirst(const QString& text, char16_t from, char16_t to) {
     QString result = text;
-    const qsizetype comma = result.indexOf(u',');
-    if (comma >= 0)
-        result[comma] = u'.';
+    const qsizetype at = result.indexOf(QChar(from));
+    if (at >= 0)
+        result[at] = QChar(to);
     return result;
 }
 
+} // namespace
+
+QString CommaToPoint(const QString& text) {
+    return replaceFirst(text, u',', u'.');
+}
+
 QString PointToComma(const QString& text) {
-    QString result = text;
-    const qsizetype point = result.indexOf(u'.');
-    if (point >= 0)
-        result[point] = u',';
-    return result;
+    return replaceFirst(text, u'.', u',');
 }
