@@ -43,5 +43,8 @@ public:
 
 // The title every box without a title of its own gets.
 QString DefaultBoxTitle();
+// A prompt as the boxes show it: a lone CR, a lone LF and CR LF each start a
+// new line (the DXF height question joins its lines with a lone CR).
+QString BoxPromptText(const QString& prompt);
 
 } // namespace platform

@@ -941,12 +941,24 @@ NumberFormat NumberFormat::current() {
     return cached;
 }
 
+QLocale RegionalLocale(const QString& lcAll, const QString& lcNumeric, const QString& lang) {
+    // The numeric locale is the first of these that is set, as the C library
+    // decides it; QLocale::system() would follow LC_MESSAGES and LANG instead.
+    QString name = !lcAll.isEmpty() ? lcAll : !lcNumeric.isEmpty() ? lcNumeric : lang;
+    // "fr_FR.UTF-8@euro" names the locale fr_FR.
+    name = name.section(u'@', 0, 0).section(u'.', 0, 0);
+    const QLocale french(QLocale::French, QLocale::France);
+    if (name.isEmpty() || name == u"C" || name == u"POSIX")
+        return french;
+    const QLocale locale(name);
+    // A name Qt does not know comes back as the C locale: the French format too.
+    return locale.language() == QLocale::C ? french : locale;
+}
+
 void installRegionalFormat() {
-    QLocale locale = QLocale::system();
-    if (locale.language() == QLocale::C || locale.name() == QLatin1String("C") ||
-        locale.name() == QLatin1String("POSIX"))
-        locale = QLocale(QLocale::French, QLocale::France);
-    QLocale::setDefault(locale);
+    QLocale::setDefault(RegionalLocale(qEnvironmentVariable("LC_ALL"),
+                                       qEnvironmentVariable("LC_NUMERIC"),
+                                       qEnvironmentVariable("LANG")));
 }
 
 QString Format(double value, QStringView pattern) {

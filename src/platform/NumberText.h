@@ -2,6 +2,7 @@
 
 #include <QChar>
 #include <QLatin1StringView>
+#include <QLocale>
 #include <QString>
 #include <QStringView>
 #include <QVarLengthArray>
@@ -24,9 +25,13 @@ struct NumberFormat {
     static NumberFormat current();
 };
 
-// Makes the environment's regional format the run's format: QLocale::system(),
-// or the French format when the environment gives C/POSIX or nothing.
+// Makes the environment's regional format the run's format (RegionalLocale
+// of the environment's variables).
 void installRegionalFormat();
+// The locale that decides the regional format: the first set of LC_ALL,
+// LC_NUMERIC and LANG; the French format for C, POSIX, nothing set, or a name
+// that is no locale.
+QLocale RegionalLocale(const QString& lcAll, const QString& lcNumeric, const QString& lang);
 
 // Format(value, pattern): '0' mandatory digit, '#' optional digit, first '.'
 // decimal point, ',' before it turns grouping on; other characters copied.

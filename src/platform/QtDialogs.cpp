@@ -16,7 +16,9 @@ MsgAnswer QtMessageBoxService::show(const QString& prompt, MsgButtons buttons, M
                                     const QString& title) {
     QMessageBox box(parent_);
     box.setWindowTitle(title.isEmpty() ? DefaultBoxTitle() : title);
-    box.setText(prompt);
+    // Plain text: a prompt holds file names and identifiers, never markup.
+    box.setTextFormat(Qt::PlainText);
+    box.setText(BoxPromptText(prompt));
     switch (icon) {
     case MsgIcon::None:
         box.setIcon(QMessageBox::NoIcon);
@@ -72,7 +74,8 @@ QString QtInputBoxService::ask(const QString& prompt, const QString& title,
     QDialog dialog(parent_);
     dialog.setWindowTitle(title.isEmpty() ? DefaultBoxTitle() : title);
     auto* layout = new QVBoxLayout(&dialog);
-    auto* label = new QLabel(prompt, &dialog);
+    auto* label = new QLabel(BoxPromptText(prompt), &dialog);
+    label->setTextFormat(Qt::PlainText);
     label->setWordWrap(true);
     auto* edit = new QLineEdit(defaultReply, &dialog);
     edit->selectAll();

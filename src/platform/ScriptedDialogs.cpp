@@ -6,6 +6,13 @@ QString DefaultBoxTitle() {
     return QStringLiteral("Tovalin");
 }
 
+QString BoxPromptText(const QString& prompt) {
+    QString text = prompt;
+    text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    text.replace(u'\r', u'\n');
+    return text;
+}
+
 UnexpectedBox::UnexpectedBox(const RecordedBox& box)
     : std::logic_error(QStringLiteral("unexpected %1 box \"%2\" titled \"%3\"")
                            .arg(box.isInput ? QStringLiteral("input") : QStringLiteral("message"),

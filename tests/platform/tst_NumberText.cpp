@@ -82,7 +82,8 @@ class TestNumberText : public QObject {
 
 private slots:
     void regionalFormat();
-    void installRegionalFormatFallsBackToFrench();
+    void regionalLocale_data();
+    void regionalLocale();
     void format_data();
     void format();
     void formatNonFiniteDoesNotCrash();
@@ -116,14 +117,73 @@ void TestNumberText::regionalFormat() {
     }
 }
 
-void TestNumberText::installRegionalFormatFallsBackToFrench() {
-    if (QLocale::system().language() != QLocale::C)
-        QSKIP("the environment gives a real locale (the test suite runs under LC_ALL=C.UTF-8)");
-    RegionalFormatScope scope(englishFormat());
-    installRegionalFormat();
-    QCOMPARE(NumberFormat::current().decimal, QLatin1Char(','));
-    QCOMPARE(NumberFormat::current().group, nnbsp);
-    QCOMPARE(QLocale().language(), QLocale::French);
+// The numeric locale is the first set of LC_ALL, LC_NUMERIC, LANG; C, POSIX,
+// nothing or an unknown name give the French format.
+void TestNumberText::regionalLocale_data() {
+    QTest::addColumn<QString>("lcAll");
+    QTest::addColumn<QString>("lcNumeric");
+    QTest::addColumn<QString>("lang");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("nothing set") << ""
+                                 << ""
+                                 << ""
+                                 << "fr_FR";
+    QTest::newRow("LANG C") << ""
+                            << ""
+                            << "C"
+                            << "fr_FR";
+    QTest::newRow("LANG C.UTF-8") << ""
+                                  << ""
+                                  << "C.UTF-8"
+                                  << "fr_FR";
+    QTest::newRow("LANG POSIX") << ""
+                                << ""
+                                << "POSIX"
+                                << "fr_FR";
+    QTest::newRow("LANG en_US") << ""
+                                << ""
+                                << "en_US.UTF-8"
+                                << "en_US";
+    QTest::newRow("LANG fr, LC_NUMERIC C") << ""
+                                           << "C"
+                                           << "fr_FR.UTF-8"
+                                           << "fr_FR";
+    QTest::newRow("LANG en, LC_NUMERIC de") << ""
+                                            << "de_DE.UTF-8"
+                                            << "en_US.UTF-8"
+                                            << "de_DE";
+    QTest::newRow("LANG C, LC_NUMERIC en") << ""
+                                           << "en_US.UTF-8"
+                                           << "C"
+                                           << "en_US";
+    QTest::newRow("LANG fr, LC_NUMERIC en") << ""
+                                            << "en_US.UTF-8"
+                                            << "fr_FR.UTF-8"
+                                            << "en_US";
+    QTest::newRow("LC_ALL en over LC_NUMERIC de") << "en_US.UTF-8"
+                                                  << "de_DE.UTF-8"
+                                                  << ""
+                                                  << "en_US";
+    QTest::newRow("LC_ALL C over LANG en") << "C.UTF-8"
+                                           << ""
+                                           << "en_US.UTF-8"
+                                           << "fr_FR";
+    QTest::newRow("modifier") << ""
+                              << ""
+                              << "de_DE.UTF-8@euro"
+                              << "de_DE";
+    QTest::newRow("unknown name") << ""
+                                  << ""
+                                  << "zz_ZZ"
+                                  << "fr_FR";
+}
+
+void TestNumberText::regionalLocale() {
+    QFETCH(QString, lcAll);
+    QFETCH(QString, lcNumeric);
+    QFETCH(QString, lang);
+    QFETCH(QString, name);
+    QCOMPARE(RegionalLocale(lcAll, lcNumeric, lang).name(), name);
 }
 
 void TestNumberText::format_data() {
