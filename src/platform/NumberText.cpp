@@ -386,8 +386,14 @@ NumberPattern::NumberPattern(QStringView pattern, const NumberFormat& fmt)
     decimal8Size_ = utf8Of(decimal_, decimal8_);
     group8Size_ = utf8Of(group_, group8_);
     // A lone surrogate has no UTF-8 form: such a character stays on the long way.
+    // A pattern whose longest text would not fit the callers' room (many
+    // leading zeros, grouped) takes the long way too.
+    const int integerDigits = widestInteger();
+    const int longest = 1 + integerDigits + (grouping_ ? integerDigits / 3 * group8Size_ : 0) +
+                        (hasDecimalPoint_ ? decimal8Size_ : 0) + decimals_;
     utf8Ready_ = hasPlaceholder_ && prefix_.empty() && suffix_.empty() &&
-                 !QChar::isSurrogate(decimal_) && !(grouping_ && QChar::isSurrogate(group_));
+                 !QChar::isSurrogate(decimal_) && !(grouping_ && QChar::isSurrogate(group_)) &&
+                 longest <= kUtf8Room;
     ascii_ = decimal_ < 0x80 && (!grouping_ || group_ < 0x80);
 }
 
@@ -502,7 +508,11 @@ bool NumberPattern::appendFixed(TextBuffer& out, double value) const {
     if (!fixedParts(value, whole, fraction))
         return false;
     const qsizetype start = out.size();
-    out.resize(start + 2 + qsizetype(prefix_.size() + suffix_.size()) + 19 + 6 + decimals_);
+    // Room for the longest text: sign, literals, every integer digit with a
+    // group character between each three, the decimal character, decimals.
+    const int integerDigits = widestInteger();
+    out.resize(start + 2 + qsizetype(prefix_.size() + suffix_.size()) + integerDigits +
+               integerDigits / 3 + decimals_);
     const Characters<char16_t> characters{prefix_, suffix_, std::u16string_view(&decimal_, 1),
                                           std::u16string_view(&group_, 1)};
     char16_t* end = writeFixed(out.data() + start, value < 0, whole, fraction, characters);

@@ -78,6 +78,9 @@ private:
         std::basic_string_view<Unit> prefix, suffix, decimal, group;
     };
     bool appendFixed(TextBuffer& out, double value) const;
+    // The most integer digits the fixed-point writer gives: every '0' before
+    // the decimal point, and at most the 20 digits of a 64-bit whole part.
+    int widestInteger() const { return integerZeros_ > 20 ? integerZeros_ : 20; }
     template <typename Unit>
     Unit* writeFixed(Unit* p, bool negative, std::uint64_t whole, std::uint64_t fraction,
                      const Characters<Unit>& characters) const;

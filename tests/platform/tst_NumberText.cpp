@@ -7,6 +7,7 @@
 #include "platform/Variant.h"
 
 #include <QTest>
+#include <algorithm>
 #include <bit>
 #include <limits>
 
@@ -87,6 +88,8 @@ private slots:
     void format_data();
     void format();
     void formatNonFiniteDoesNotCrash();
+    void longPatterns_data();
+    void longPatterns();
     void read_data();
     void read();
     void toIntegers_data();
@@ -257,6 +260,79 @@ void TestNumberText::formatNonFiniteDoesNotCrash() {
         QVERIFY(!Format(value, u"###,###,###,##0.000").isEmpty());
         QVERIFY(!DefaultText(value).isEmpty());
     }
+}
+
+// Patterns of any length, as a hand-edited settings file can hold them: each
+// way of writing gives the whole text and writes nothing past its room.
+void TestNumberText::longPatterns_data() {
+    QTest::addColumn<QString>("locale");
+    QTest::addColumn<int>("zeros");
+    QTest::addColumn<bool>("grouped");
+    QTest::addColumn<int>("decimals");
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("digits"); // significant whole digits, then decimals
+    for (const char* locale : {"fr", "en"}) {
+        for (const int zeros : {19, 20, 21, 40, 65, 200}) {
+            const QByteArray name = QByteArray(locale) + ' ' + QByteArray::number(zeros);
+            QTest::newRow(name + " plain") << locale << zeros << false << 0 << 1234.5 << "1235";
+            QTest::newRow(name + " grouped") << locale << zeros << true << 0 << 1234.5 << "1235";
+            QTest::newRow(name + " grouped decimals")
+                << locale << zeros << true << 3 << -98765.4321 << "98765.432";
+            QTest::newRow(name + " many decimals")
+                << locale << zeros << false << 40 << 0.5 << "0.5";
+        }
+    }
+}
+
+void TestNumberText::longPatterns() {
+    QFETCH(QString, locale);
+    QFETCH(int, zeros);
+    QFETCH(bool, grouped);
+    QFETCH(int, decimals);
+    QFETCH(double, value);
+    QFETCH(QString, digits);
+    const QLocale regional = localeNamed(locale.toLatin1().constData());
+    RegionalFormatScope scope(regional);
+    const NumberFormat fmt = NumberFormat::current();
+
+    QString pattern = QString(zeros, u'0');
+    if (grouped)
+        pattern.prepend(QStringLiteral("#,"));
+    if (decimals > 0)
+        pattern += u'.' + QString(decimals, u'0');
+    // The text expected, built digit by digit.
+    const QString whole = digits.section(u'.', 0, 0);
+    QString decimalDigits = digits.section(u'.', 1);
+    decimalDigits += QString(decimals - decimalDigits.size(), u'0');
+    const QString padded = QString(std::max<qsizetype>(zeros - whole.size(), 0), u'0') + whole;
+    QString expected;
+    for (qsizetype i = 0; i < padded.size(); ++i) {
+        if (grouped && i > 0 && (padded.size() - i) % 3 == 0)
+            expected += fmt.group;
+        expected += padded[i];
+    }
+    if (decimals > 0)
+        expected += fmt.decimal + decimalDigits;
+    if (value < 0)
+        expected.prepend(u'-');
+
+    QCOMPARE(Format(value, pattern), expected);
+    const NumberPattern compiled(pattern, fmt);
+    QCOMPARE(compiled.format(value), expected);
+    TextBuffer buffer;
+    buffer.append(u"[", 1);
+    compiled.append(buffer, value);
+    QCOMPARE(QString::fromUtf16(buffer.data(), buffer.size()), u'[' + expected);
+    // The UTF-8 writer either writes the whole text within its room or
+    // leaves it to the others; the bytes past the room stay as they were.
+    char bytes[NumberPattern::kUtf8Room + 512];
+    std::fill(std::begin(bytes), std::end(bytes), '~');
+    const int length = compiled.writeUtf8(value, bytes);
+    QVERIFY(length <= NumberPattern::kUtf8Room);
+    if (length >= 0)
+        QCOMPARE(QString::fromUtf8(bytes, length), expected);
+    QVERIFY(std::all_of(bytes + NumberPattern::kUtf8Room, std::end(bytes),
+                        [](char c) { return c == '~'; }));
 }
 
 void TestNumberText::read_data() {
