@@ -152,7 +152,7 @@ frmHistorique::frmHistorique(const QString& programFolder, QWidget* parent)
     : QWidget(parent, Qt::Window), Text1(new QPlainTextEdit(this)) {
     setObjectName(QStringLiteral("frmHistorique"));
     setWindowTitle(QStringLiteral("Historique des mises à jour"));
-    resize(560, 420);
+    resize(640, 440);
     Text1->setObjectName(QStringLiteral("Text1"));
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(Text1);
@@ -243,6 +243,8 @@ Form4::Form4(const QString& webSiteAddress, const QString& supportAddress,
 
     auto* Command2 = new QPushButton(QStringLiteral("Historique des mises à jour"), this);
     Command2->setObjectName(QStringLiteral("Command2"));
+    // Room for the whole caption, which some styles clip at its size hint.
+    Command2->setMinimumWidth(Command2->sizeHint().width() + 16);
     auto* Command1 = new QPushButton(QStringLiteral("Ok"), this);
     Command1->setObjectName(QStringLiteral("Command1"));
     connect(Command2, &QPushButton::clicked, this, [open = std::move(openHistory)] { open(); });
