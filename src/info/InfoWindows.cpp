@@ -14,6 +14,7 @@
 #include <QPixmap>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QTextBrowser>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -61,7 +62,6 @@ frmIntro::frmIntro(std::function<void()> showMainWindow, QWidget* parent)
     : QWidget(parent, Qt::SplashScreen), Timer1(new QTimer(this)),
       showMainWindow_(std::move(showMainWindow)) {
     setObjectName(QStringLiteral("frmIntro"));
-    setAttribute(Qt::WA_DeleteOnClose, false);
     auto* layout = new QHBoxLayout(this);
     layout->addWidget(pictureLabel("Image1", 128, this));
     auto* texts = new QVBoxLayout;
@@ -82,6 +82,10 @@ frmIntro::frmIntro(std::function<void()> showMainWindow, QWidget* parent)
     layout->addLayout(texts);
     setStyleSheet(QStringLiteral("frmIntro { background: white; border: 1px solid gray; }"));
     setAttribute(Qt::WA_StyledBackground);
+    // In the middle of the screen, as a splash stands.
+    adjustSize();
+    if (const QScreen* shown = screen())
+        move(shown->availableGeometry().center() - rect().center());
 
     Timer1->setObjectName(QStringLiteral("Timer1"));
     Timer1->setInterval(1500);
