@@ -2,8 +2,11 @@
 #include "dialogs/parameters/ParametersCommand.h"
 #include "editing/EditingCommands.h"
 #include "editing/NumberingCommands.h"
+#include "info/InfoCommands.h"
+#include "info/InfoWindows.h"
 #include "platform/NumberText.h"
 #include "platform/QtDialogs.h"
+#include "platform/QtShell.h"
 #include "platform/SettingsStore.h"
 #include "state/GestionDonnee.h"
 
@@ -27,22 +30,27 @@ int main(int argc, char** argv) {
     platform::QtInputBoxService input;
     platform::QtFileDialogService files;
     platform::IniSettingsStore settings;
+    platform::QtShell shell;
     GestionDonnee state;
 
     Form1 window(state, Services{messages, input, files, settings});
     InstallParameterCommands(window);
     InstallEditingCommands(window);
     InstallNumberingAndFormatCommands(window);
+    InstallInfoCommands(window, shell, QCoreApplication::applicationDirPath());
     messages.setParent(&window);
     input.setParent(&window);
     files.setParent(&window);
-    window.LoadMainWindow(QCoreApplication::applicationDirPath());
-    window.show();
-
-    // Files named on the command line are added one after the other.
+    // The splash first; its timer loads and shows the main window, and the
+    // files named on the command line are then added one after the other.
     QStringList named = QApplication::arguments();
     named.removeFirst();
-    window.OpenFiles(named);
+    frmIntro splash([&window, named] {
+        window.LoadMainWindow(QCoreApplication::applicationDirPath());
+        window.show();
+        window.OpenFiles(named);
+    });
+    splash.show();
 
     return QApplication::exec();
 }
