@@ -31,7 +31,6 @@ void TestQtBoxes::lineBreaks_data() {
                              << "a\nb";
     QTest::newRow("CR CR") << "Point trouvé\r\rNum= 9"
                            << "Point trouvé\n\nNum= 9";
-    << "<b>1</b>";
 }
 
 void TestQtBoxes::lineBreaks() {
