@@ -4,6 +4,7 @@
 #include "formats/DxfWriter.h"
 #include "formats/XyzWriter.h"
 #include "platform/Dialogs.h"
+#include "platform/NumberText.h"
 #include "platform/Parallel.h"
 #include "platform/PointGridModel.h"
 #include "platform/Progress.h"
@@ -13,11 +14,16 @@
 #include "state/GestionDonnee.h"
 #include "state/Startup.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryFile>
+#include <algorithm>
+#include <cstdio>
 #include <map>
 #include <optional>
 #include <string>
+#include <sys/stat.h>
 
 using namespace platform;
 
@@ -121,6 +127,115 @@ private:
     bool failed_ = false;
 };
 
+// True when both names lead to one file: the same path once links and "./"
+// are resolved, or another name (a hard link) of the same file.
+bool sameFile(const QString& a, const QString& b) {
+    struct stat first {};
+    struct stat second {};
+    if (::stat(QFile::encodeName(a).constData(), &first) != 0 ||
+        ::stat(QFile::encodeName(b).constData(), &second) != 0)
+        return false;
+    return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
+}
+
+// The lines of a text file as the readers split them: a line ends at CR LF
+// or at a lone CR, and a last line without a line break still counts.
+qint64 countLines(const QString& fileName) {
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    qint64 lines = 0;
+    char last = 0;
+    char beforeLast = 0;
+    qint64 size = 0;
+    std::vector<char> block(std::size_t(1) << 20);
+    for (;;) {
+        const qint64 got = file.read(block.data(), qint64(block.size()));
+        if (got <= 0)
+            break;
+        lines += std::count(block.data(), block.data() + got, '\r');
+        beforeLast = got > 1 ? block[std::size_t(got - 2)] : last;
+        last = block[std::size_t(got - 1)];
+        size += got;
+    }
+    const bool endsWithBreak = last == '\r' || (last == '\n' && beforeLast == '\r');
+    return lines + (size > 0 && !endsWithBreak ? 1 : 0);
+}
+
+// Tells on standard error what an input left out: its lines that gave no
+// point, or that it gave no point at all. The exit status stays as it is.
+void reportDropped(std::FILE* err, const QString& input, FileFormat format, double points) {
+    const QString name = QFileInfo(input).fileName();
+    if (points == 0) {
+        print(err, QStringLiteral("tovalin-cli : attention : « %1 » n'a donné aucun point "
+                                  "(fichier vide, binaire, ou lu avec un autre séparateur ?)\n")
+                       .arg(name));
+        return;
+    }
+    if (format != FileFormat::Xyz)
+        return;
+    const qint64 dropped = countLines(input) - qint64(points);
+    if (dropped > 0)
+        print(err, QStringLiteral("tovalin-cli : « %1 » : %2 sans point, laissée%3 de côté\n")
+                       .arg(name,
+                            dropped == 1 ? QStringLiteral("1 ligne")
+                                         : DefaultText(double(dropped)) + QStringLiteral(" lignes"),
+                            dropped == 1 ? QString() : QStringLiteral("s")));
+}
+
+// The output is written beside its target under a temporary name and takes
+// the target's name only once it is whole: a failed run leaves the target as
+// it was (absent, or the old file unchanged).
+class OutputFile {
+public:
+    explicit OutputFile(const QString& target)
+        : target_(target),
+          temporary_(QFileInfo(target).absolutePath() + QStringLiteral("/.tovalin-cli-XXXXXX")) {
+        temporary_.setAutoRemove(false);
+    }
+    ~OutputFile() {
+        if (!committed_ && !temporary_.fileName().isEmpty())
+            QFile::remove(temporary_.fileName());
+    }
+    // The name to write to; empty when no file can be made beside the target.
+    QString reserve() {
+        if (!temporary_.open())
+            return QString();
+        temporary_.close();
+        return temporary_.fileName();
+    }
+    bool commit() {
+        // A new file gets the permissions a file created in its place would
+        // have; an old one keeps its own.
+        const QFileInfo old(target_);
+        QFile::Permissions permissions = old.exists() ? old.permissions()
+                                                      : QFile::ReadOwner | QFile::WriteOwner |
+                                                            QFile::ReadGroup | QFile::WriteGroup |
+                                                            QFile::ReadOther | QFile::WriteOther;
+        if (!old.exists()) {
+            const mode_t mask = ::umask(0);
+            ::umask(mask);
+            if (mask & S_IWGRP)
+                permissions &= ~QFile::WriteGroup;
+            if (mask & S_IWOTH)
+                permissions &= ~QFile::WriteOther;
+            if (mask & S_IRGRP)
+                permissions &= ~QFile::ReadGroup;
+            if (mask & S_IROTH)
+                permissions &= ~QFile::ReadOther;
+        }
+        QFile::setPermissions(temporary_.fileName(), permissions);
+        committed_ = std::rename(QFile::encodeName(temporary_.fileName()).constData(),
+                                 QFile::encodeName(target_).constData()) == 0;
+        return committed_;
+    }
+
+private:
+    QString target_;
+    QTemporaryFile temporary_;
+    bool committed_ = false;
+};
+
 class NoFileDialog : public FileDialogService {
 public:
     FileDialogResult showOpen(const QString& name, const QString&) override {
@@ -204,6 +319,16 @@ QString parse(const QStringList& args, Options& options) {
     return QString();
 }
 
+// After a failed write, the cause in plain words where it is known: the XYZ
+// writer counts its points in 16 bits.
+void explainLimit(std::FILE* err, FileFormat format, double points) {
+    if (format == FileFormat::Xyz && points > 32768)
+        print(err,
+              QStringLiteral("tovalin-cli : un fichier XYZ s'écrit avec 32 768 points au plus ; "
+                             "celui-ci en a %1 (le DXF n'a pas cette limite).\n")
+                  .arg(DefaultText(points)));
+}
+
 // Writes the list as the window would show it once the file is read: the
 // rows are made here a block at a time, side by side, and written in order,
 // instead of being kept in the list.
@@ -247,6 +372,18 @@ int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std:
         return 2;
     }
 
+    // An output that is one of the inputs would be destroyed before it is read.
+    if (options.command == u"convert") {
+        for (const QString& input : options.inputs) {
+            if (sameFile(input, options.output)) {
+                print(err, QStringLiteral("tovalin-cli : la sortie « %1 » est le fichier "
+                                          "d'entrée « %2 » : choisir une autre sortie\n")
+                               .arg(options.output, input));
+                return 2;
+            }
+        }
+    }
+
     OverlaySettings settings(userSettings);
     for (const auto& [key, value] : options.sets)
         settings.set(*sectionOf(key), key, value);
@@ -265,19 +402,36 @@ int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std:
             const FileFormat format = options.from.value_or(FormatOfName(input));
             // The list is built after each file, as the program does: reading
             // the next depends on it. After the last, list prints it instead.
+            const double before = state.PointCount;
             if (options.command == u"list" && i + 1 == options.inputs.size())
                 ReadPointFile(context, input, QFileInfo(input).fileName(), format);
             else
                 OpenFile(context, input, QFileInfo(input).fileName(), format);
+            reportDropped(err, input, format, state.PointCount - before);
         }
         if (options.command == u"list") {
             printList(state, out);
         } else {
             const FileFormat format = options.to.value_or(FormatOfName(options.output));
-            if (format == FileFormat::Xyz)
-                WriteXyzFile(context, options.output);
-            else
-                WriteDxfFile(context, options.output);
+            OutputFile output(options.output);
+            const QString written = output.reserve();
+            if (written.isEmpty())
+                throw RuntimeError(RuntimeError::PermissionDenied);
+            bool done = false;
+            try {
+                if (format == FileFormat::Xyz)
+                    WriteXyzFile(context, written);
+                else
+                    WriteDxfFile(context, written);
+                done = !boxes.failed();
+            } catch (const RuntimeError&) {
+                explainLimit(err, format, state.PointCount);
+                throw;
+            }
+            if (!done)
+                explainLimit(err, format, state.PointCount);
+            else if (!output.commit())
+                throw RuntimeError(RuntimeError::PermissionDenied);
         }
     } catch (const RuntimeError& error) {
         print(err, error.reportText() + u'\n');

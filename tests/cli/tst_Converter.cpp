@@ -5,8 +5,10 @@
 #include "app/FileCommands.h"
 #include "state/Startup.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <unistd.h>
 
 using namespace testing;
 using namespace platform;
@@ -100,6 +102,10 @@ private slots:
     void agreesWithTheProgram_data();
     void agreesWithTheProgram();
     void dxfReadByIndependentReader();
+    void outputNeverLost_data();
+    void outputNeverLost();
+    void droppedLines_data();
+    void droppedLines();
 
 private:
     QTemporaryDir dir_;
@@ -170,13 +176,102 @@ void TestConverter::exitStatus() {
     QCOMPARE(run.out, QByteArray());
     QVERIFY(!QFile::exists(dir_.filePath(QStringLiteral("never.dxf"))));
     if (c.status == 1) {
-        QCOMPARE(err, c.message);
+        QVERIFY2(err.endsWith(c.message), run.err.constData());
     } else {
         QVERIFY2(err.startsWith(QStringLiteral("tovalin-cli : ") + c.message + u'\n'),
                  run.err.constData());
         QVERIFY2(err.contains(QStringLiteral("\nusage: tovalin-cli list|convert")),
                  run.err.constData());
     }
+}
+
+// The converter never destroys an input nor leaves a partial output: an
+// output that is an input is refused before anything is read, and a failed
+// write leaves the target as it was, with no temporary file beside it.
+void TestConverter::outputNeverLost_data() {
+    QTest::addColumn<QString>("input");  // "sample" or "large" (too many points for XYZ)
+    QTest::addColumn<QString>("output"); // how the output names the file
+    QTest::addColumn<QByteArray>("old"); // the target before the run; null: absent
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("message");
+    const QString same = QStringLiteral("est le fichier d'entrée");
+    const QString limit = QStringLiteral("un fichier XYZ s'écrit avec 32 768 points au plus");
+    QTest::newRow("same name") << "sample"
+                               << "in.xyz" << QByteArray() << 2 << same;
+    QTest::newRow("same through ./") << "sample"
+                                     << "./in.xyz" << QByteArray() << 2 << same;
+    QTest::newRow("same through a link") << "sample"
+                                         << "link.xyz" << QByteArray() << 2 << same;
+    QTest::newRow("same as a hard link") << "sample"
+                                         << "hard.xyz" << QByteArray() << 2 << same;
+    QTest::newRow("failed write, old target") << "large"
+                                              << "out.xyz" << QByteArray("old\r\n") << 1 << limit;
+    QTest::newRow("failed write, no target") << "large"
+                                             << "out.xyz" << QByteArray() << 1 << limit;
+    QTest::newRow("good write replaces") << "sample"
+                                         << "out.xyz" << QByteArray("old\r\n") << 0 << QString();
+}
+
+void TestConverter::outputNeverLost() {
+    QFETCH(QString, input);
+    QFETCH(QString, output);
+    QFETCH(QByteArray, old);
+    QFETCH(int, status);
+    QFETCH(QString, message);
+    QTemporaryDir work;
+    const QString in = work.filePath(QStringLiteral("in.xyz"));
+    const QByteArray original = readBytes(input == u"large" ? large_ : input_);
+    writeBytes(in, original);
+    QVERIFY(QFile::link(in, work.filePath(QStringLiteral("link.xyz"))));
+    QVERIFY(::link(QFile::encodeName(in).constData(),
+                   QFile::encodeName(work.filePath(QStringLiteral("hard.xyz"))).constData()) == 0);
+    const QString target = work.path() + u'/' + output;
+    if (!old.isNull())
+        writeBytes(target, old);
+    const QStringList before = QDir(work.path()).entryList(QDir::Files | QDir::Hidden);
+
+    const Run run = runCli({"convert", in, "-o", target}, config_.path());
+    QCOMPARE(run.exitCode, status);
+    QCOMPARE(readBytes(in), original);
+    if (status == 0) {
+        QVERIFY(readBytes(target).startsWith("1,"));
+    } else {
+        QVERIFY2(QString::fromUtf8(run.err).contains(message), run.err.constData());
+        if (output == u"out.xyz")
+            QCOMPARE(QFile::exists(target) ? readBytes(target) : QByteArray(), old);
+    }
+    QCOMPARE(QDir(work.path()).entryList(QDir::Files | QDir::Hidden),
+             status == 0 && old.isNull() ? before + QStringList{output} : before);
+}
+
+// What an input left out, on standard error, the status unchanged.
+void TestConverter::droppedLines_data() {
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QString>("report"); // empty: nothing to report
+    QTest::newRow("all good") << QByteArray("1,2,3\r\n4,5,6") << QString();
+    QTest::newRow("one bad line") << QByteArray("x\r\n1,2,3\r\n")
+                                  << "« in.xyz » : 1 ligne sans point, laissée de côté";
+    QTest::newRow("lone CR and a last line")
+        << QByteArray("x\r1,2,3\ry\r\nz") << "« in.xyz » : 3 lignes sans point, laissées de côté";
+    QTest::newRow("empty") << QByteArray("") << "« in.xyz » n'a donné aucun point";
+    QTest::newRow("wrong separator")
+        << QByteArray("1;2;3\r\n4;5;6\r\n") << "« in.xyz » n'a donné aucun point";
+}
+
+void TestConverter::droppedLines() {
+    QFETCH(QByteArray, file);
+    QFETCH(QString, report);
+    QTemporaryDir work;
+    const QString in = work.filePath(QStringLiteral("in.xyz"));
+    writeBytes(in, file);
+    const Run run = runCli({"list", in}, config_.path());
+    QCOMPARE(run.exitCode, 0);
+    const QString err = QString::fromUtf8(run.err);
+    if (report.isEmpty())
+        QCOMPARE(err, QString());
+    else
+        QVERIFY2(err.startsWith(QStringLiteral("tovalin-cli : ")) && err.contains(report),
+                 run.err.constData());
 }
 
 void TestConverter::settingsFileIsReadNeverWritten() {
@@ -215,8 +310,17 @@ void TestConverter::agreesWithTheProgram() {
         list ? QStringList{"list"} : QStringList{"convert", "-o", output, "--height", "2.5"};
     const Run run =
         runCli(withSets(command + inputs, c.sets), config_.path(), QString::fromLatin1(c.locale));
-    QCOMPARE(run.err, QByteArray());
     QCOMPARE(run.exitCode, 0);
+    // Each input's lines that gave no point are told, and nothing else.
+    const QByteArray file = readBytes(inputs.first());
+    const int dropped = int(file.count('\r')) - (list ? largePoints_ : 3);
+    QVERIFY(dropped > 0);
+    const QString lines = dropped == 1
+                              ? QStringLiteral("1 ligne sans point, laissée")
+                              : QStringLiteral("%1 lignes sans point, laissées").arg(dropped);
+    const QString told = QStringLiteral("tovalin-cli : « %1 » : %2 de côté\n")
+                             .arg(QFileInfo(inputs.first()).fileName(), lines);
+    QCOMPARE(QString::fromUtf8(run.err), told.repeated(c.times));
 
     Program program(QString::fromLatin1(c.locale), c.sets, inputs);
     QCOMPARE(program.state.PointCount, double((list ? largePoints_ : 3) * c.times));
