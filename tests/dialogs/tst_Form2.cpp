@@ -86,7 +86,8 @@ struct Fixture {
 
     // One user action: "click X", "type X text", "paste X text", "clear X"
     // (select all, backspace), "select X index", "cursor X pos", "leave X"
-    // (X gets the focus, then the focus moves on).
+    // (X gets the focus, then the focus moves on), "window X" (X has the
+    // focus when another window takes it).
     void act(const QString& action) {
         const QString verb = action.section(u' ', 0, 0);
         const QString argument = action.section(u' ', 2);
@@ -106,6 +107,12 @@ struct Fixture {
             qobject_cast<QComboBox*>(target)->setCurrentIndex(CInt(argument));
         } else if (verb == u"cursor") {
             field->setCursorPosition(CInt(argument));
+        } else if (verb == u"window") {
+            // X has the focus when another window takes it, as a message box
+            // does: that is no move to another control of the dialog.
+            target->setFocus();
+            QFocusEvent away(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
+            QApplication::sendEvent(target, &away);
         } else if (verb == u"leave") {
             target->setFocus();
             QVERIFY(target->hasFocus());
@@ -230,6 +237,13 @@ void TestForm2::dialog_data() {
         "Text3=1 [on] & Text5=3 [on] & Text6=1 [on] & Text1= [on]");
     row("left empty, AutoCAD", "Dxf_Format=AC", "clear Text4 & leave Text4",
         "Text4=Point_Mat [on]");
+    // A message box over the dialog (a rejected key) is not a loss of focus.
+    for (const QString field : {"Text3", "Text4", "Text5", "Text7"}) {
+        const QByteArray actions = QStringLiteral("clear %1 & window %1").arg(field).toUtf8();
+        const QByteArray expected = QStringLiteral("%1= [on]").arg(field).toUtf8();
+        row(QByteArray("empty while a box shows: " + field.toUtf8()).constData(), "",
+            actions.constData(), expected.constData());
+    }
 }
 
 void TestForm2::dialog() {

@@ -10,6 +10,7 @@
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFocusEvent>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -487,7 +488,11 @@ bool Form2::eventFilter(QObject* watched, QEvent* event) {
             return true;
         }
     } else if (event->type() == QEvent::FocusOut) {
-        refillOnFocusLoss(field);
+        // Only a move to another control of the dialog is a loss of focus:
+        // a message box or another window taking it over is not.
+        const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+        if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
+            refillOnFocusLoss(field);
     }
     return QDialog::eventFilter(watched, event);
 }
