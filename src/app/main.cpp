@@ -1,3 +1,4 @@
+#include "app/CommandLine.h"
 #include "app/Form1.h"
 #include "dialogs/parameters/ParametersCommand.h"
 #include "editing/EditingCommands.h"
@@ -15,6 +16,9 @@
 #include <QTranslator>
 
 int main(int argc, char** argv) {
+    // Answered before anything needs a display.
+    if (const std::optional<int> status = AnswerWithoutWindow(argc, argv, stdout))
+        return *status;
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tovalin"));
     QApplication::setOrganizationName(QStringLiteral("Tovalin"));

@@ -10,6 +10,7 @@
 #include "platform/Progress.h"
 #include "platform/RuntimeError.h"
 #include "platform/SettingsStore.h"
+#include "platform/Version.h"
 #include "state/CommandContext.h"
 #include "state/GestionDonnee.h"
 #include "state/Startup.h"
@@ -30,8 +31,9 @@ using namespace platform;
 namespace {
 
 const char* const usageLine =
-    "usage: tovalin-cli list|convert [--from xyz|dxf] [--to xyz|dxf] [--set KEY=VALUE]... "
-    "[--height TEXT] INPUT... [-o OUTPUT]\n";
+    "usage : tovalin-cli list|convert [--from xyz|dxf] [--to xyz|dxf] [--set CLE=VALEUR]... "
+    "[--height TEXTE] ENTREE... [-o SORTIE]\n"
+    "        tovalin-cli --help | --version\n";
 
 const char* const helpText =
     "tovalin-cli: lit et convertit des fichiers de points avec les lecteurs et\n"
@@ -57,6 +59,7 @@ const char* const helpText =
     "                 NbDec SepSys ExtCfg\n"
     "  --height TEXTE réponse à la question de la hauteur du texte du DXF (\"1\")\n"
     "  --help         cette aide\n"
+    "  --version      la version de Tovalin\n"
     "\n"
     "Les réglages sont lus dans le fichier de réglages de Tovalin, jamais écrits.\n"
     "Statut de sortie : 0 réussi, 1 erreur (message sur la sortie d'erreur),\n"
@@ -362,6 +365,14 @@ int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std:
                  std::FILE* err) {
     if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
         print(out, QString::fromUtf8(helpText));
+        return 0;
+    }
+    if (arguments.contains(QStringLiteral("--version"))) {
+        const ProgramVersion version = programVersion();
+        print(out, QStringLiteral("tovalin-cli (Tovalin) %1.%2.%3\n")
+                       .arg(version.major)
+                       .arg(version.minor)
+                       .arg(version.revision));
         return 0;
     }
     Options options;

@@ -154,6 +154,7 @@ void TestConverter::exitStatus_data() {
     row("set without equals",
         {{"list", "--set", "Inc_Num", "a.xyz"}, 2, "--set attend CLE=VALEUR : Inc_Num"});
     row("help", {{"list", "--help"}, 0, "--set CLE=VALEUR"});
+    row("version", {{"--version"}, 0, "tovalin-cli (Tovalin) " TOVALIN_VERSION_TEXT "\n"});
     // A file that cannot be read: the report, and no output at all.
     row("read error",
         {{"convert", input_, dir_.filePath("missing.xyz"), "-o", dir_.filePath("never.dxf")},
@@ -180,7 +181,9 @@ void TestConverter::exitStatus() {
     } else {
         QVERIFY2(err.startsWith(QStringLiteral("tovalin-cli : ") + c.message + u'\n'),
                  run.err.constData());
-        QVERIFY2(err.contains(QStringLiteral("\nusage: tovalin-cli list|convert")),
+        QVERIFY2(err.contains(QStringLiteral(
+                     "\nusage : tovalin-cli list|convert [--from xyz|dxf] [--to xyz|dxf] "
+                     "[--set CLE=VALEUR]... [--height TEXTE] ENTREE... [-o SORTIE]\n")),
                  run.err.constData());
     }
 }
