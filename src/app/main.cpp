@@ -10,6 +10,7 @@
 #include "platform/QtShell.h"
 #include "platform/SettingsStore.h"
 #include "state/GestionDonnee.h"
+#include "viewer/ViewerCommands.h"
 
 #include <QApplication>
 #include <QLibraryInfo>
@@ -42,6 +43,7 @@ int main(int argc, char** argv) {
     InstallEditingCommands(window);
     InstallNumberingAndFormatCommands(window);
     InstallInfoCommands(window, shell, QCoreApplication::applicationDirPath());
+    InstallViewerCommands(window);
     messages.setParent(&window);
     input.setParent(&window);
     files.setParent(&window);

@@ -1,0 +1,49 @@
+#include "viewer/ViewerCommands.h"
+
+#include "platform/Dialogs.h"
+#include "platform/GuiProgress.h"
+#include "state/GestionDonnee.h"
+#include "state/MainWindowHost.h"
+#include "viewer/frmVisualisation.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QPointer>
+#include <memory>
+
+void InstallViewerCommands(MainWindowHost& window) {
+    QAction* item = window.menuItem(QStringLiteral("view"));
+    if (item == nullptr)
+        return;
+    // The view's fields live for the whole run; its window only while open.
+    auto view = std::make_shared<PointView>();
+    auto open = std::make_shared<QPointer<frmVisualisation>>();
+    QObject::connect(item, &QAction::triggered, window.widget(), [&window, view, open] {
+        window.run([&] {
+            if (window.state().Grid.rows() == 1) {
+                // "insuffusant": the program's own spelling.
+                window.services().messages.show(QStringLiteral("Nombre de points insuffusant"),
+                                                platform::MsgButtons::Ok,
+                                                platform::MsgIcon::Critical);
+                return;
+            }
+            if (!open->isNull()) {
+                (*open)->raise();
+                (*open)->activateWindow();
+                return;
+            }
+            {
+                QApplication::setOverrideCursor(Qt::WaitCursor);
+                struct Restore {
+                    ~Restore() { QApplication::restoreOverrideCursor(); }
+                } restore;
+                platform::GuiProgress progress([](const QString&) {});
+                LoadView(*view, window.state().Grid, progress);
+            }
+            auto* shown = new frmVisualisation(*view, window.services().input, window.widget());
+            shown->setAttribute(Qt::WA_DeleteOnClose);
+            *open = shown;
+            shown->show();
+        });
+    });
+}
