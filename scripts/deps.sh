@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages the project needs, only those missing.
 set -euo pipefail
-packages=(build-essential cmake qt6-base-dev qt6-translations-l10n libgl-dev clang-format python3-ezdxf)
+packages=(build-essential cmake qt6-base-dev qt6-translations-l10n libgl-dev clang-format python3-ezdxf
+  desktop-file-utils appstream)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
