@@ -112,6 +112,9 @@ Form3::Form3(GestionDonnee& state, MessageBoxService& messages, QWidget* mainWin
     Text4->installEventFilter(this);
     connect(Command1, &QPushButton::clicked, this, &Form3::Command1_Click);
     connect(Command2, &QPushButton::clicked, this, &QDialog::close);
+    // Return runs "Ok" (or "Rechercher") from any field, as users of dialogs
+    // expect; Escape already closes the dialog as "Annuler" does.
+    Command1->setDefault(true);
 
     applySearchLayout(false);
     load();

@@ -101,6 +101,7 @@ private slots:
     void editPoint_data();
     void editPoint();
     void modifyNeedsAPointRow();
+    void returnAndEscape();
     void deleteThenSearch();
     void walk_data();
     void walk();
@@ -152,6 +153,28 @@ void TestForm3::editPoint() {
     QCOMPARE(gridRow(f.state, index + 1).join(u'|'), c.listed);
     QCOMPARE(f.state.DataModified, true);
     QCOMPARE(f.countLabel(), QStringLiteral("Nombre de points : %1").arg(modify ? 3 : 4));
+}
+
+// Return runs "Ok" (or "Rechercher") from any field, Escape "Annuler".
+void TestForm3::returnAndEscape() {
+    Fixture f;
+    f.open("ent_pt");
+    f.type("Text4", QStringLiteral("Z9"));
+    f.type("Text1", QStringLiteral("1"));
+    f.type("Text2", QStringLiteral("2"));
+    f.type("Text3", QStringLiteral("3"));
+    QTest::keyClick(f.control(QStringLiteral("Text3")), Qt::Key_Return);
+    QVERIFY(!f.editor());
+    QCOMPARE(f.state.PointCount, 4.0);
+    QCOMPARE(f.state.Points[3].Matricule, QStringLiteral("Z9"));
+    for (const char* command : {"ent_pt", "rech"}) {
+        f.open(command);
+        f.type("Text1", QStringLiteral("5"));
+        QTest::keyClick(f.control(QStringLiteral("Text1")), Qt::Key_Escape);
+        QVERIFY(!f.editor());
+        QVERIFY(f.window.isEnabled());
+    }
+    QCOMPARE(f.state.PointCount, 4.0);
 }
 
 void TestForm3::modifyNeedsAPointRow() {
