@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# The installed tree as a Debian user gets it: the programs and what stands
+# beside them in lib/tovalin, links in bin, the desktop files and the
+# documentation under share.
+set -uo pipefail
+build=$1
+root=$(mktemp -d)
+trap 'rm -rf "$root"' EXIT
+DESTDIR=$root cmake --install "$build" --prefix /usr/local >/dev/null || { echo "install failed"; exit 1; }
+prefix=$root/usr/local
+status=0
+for file in lib/tovalin/tovalin lib/tovalin/tovalin-cli lib/tovalin/atm.bin \
+    lib/tovalin/historique.txt lib/tovalin/exemple.xyz lib/tovalin/Aide/Index.html \
+    share/applications/org.tovalin.Tovalin.desktop share/metainfo/org.tovalin.Tovalin.metainfo.xml \
+    share/mime/packages/org.tovalin.Tovalin.xml \
+    share/icons/hicolor/scalable/apps/org.tovalin.Tovalin.svg share/doc/tovalin/LICENSE \
+    share/doc/tovalin/examples/exemple.xyz; do
+    [ -f "$prefix/$file" ] || { echo "missing: $file"; status=1; }
+done
+for program in tovalin tovalin-cli; do
+    link=$(readlink "$prefix/bin/$program")
+    [ "$link" = "../lib/tovalin/$program" ] || { echo "bin/$program links to '$link'"; status=1; }
+done
+# Through the links, without a display.
+[ "$(env -u DISPLAY -u QT_QPA_PLATFORM "$prefix/bin/tovalin" --version)" = "Tovalin $2" ] ||
+    { echo "bin/tovalin --version"; status=1; }
+[ "$("$prefix/bin/tovalin-cli" --version)" = "tovalin-cli (Tovalin) $2" ] ||
+    { echo "bin/tovalin-cli --version"; status=1; }
+# Nothing is left in bin but the two links.
+extra=$(ls "$prefix/bin" | grep -v -x -e tovalin -e tovalin-cli)
+[ -z "$extra" ] || { echo "more in bin: $extra"; status=1; }
+[ $status -eq 0 ] && echo "Installed tree as expected."
+exit $status
