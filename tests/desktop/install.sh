@@ -14,7 +14,9 @@ for file in lib/tovalin/tovalin lib/tovalin/tovalin-cli lib/tovalin/atm.bin \
     share/applications/org.tovalin.Tovalin.desktop share/metainfo/org.tovalin.Tovalin.metainfo.xml \
     share/mime/packages/org.tovalin.Tovalin.xml \
     share/icons/hicolor/scalable/apps/org.tovalin.Tovalin.svg share/doc/tovalin/LICENSE \
-    share/doc/tovalin/examples/exemple.xyz; do
+    share/doc/tovalin/examples/exemple.xyz share/doc/tovalin/copyright \
+    share/man/man1/tovalin.1.gz share/man/man1/tovalin-cli.1.gz \
+    share/man/fr/man1/tovalin.1.gz share/man/fr/man1/tovalin-cli.1.gz; do
     [ -f "$prefix/$file" ] || { echo "missing: $file"; status=1; }
 done
 for program in tovalin tovalin-cli; do
@@ -26,6 +28,24 @@ done
     { echo "bin/tovalin --version"; status=1; }
 [ "$("$prefix/bin/tovalin-cli" --version)" = "tovalin-cli (Tovalin) $2" ] ||
     { echo "bin/tovalin-cli --version"; status=1; }
+# The manual pages: found by man through the prefix, in English and in
+# French, and clean for mandoc's checker (warnings and errors, not style).
+for program in tovalin tovalin-cli; do
+    for language in en fr; do
+        page=$(MANPATH=$prefix/share/man man -L "$language" -w "$program" 2>&1)
+        expected=$prefix/share/man/man1/$program.1.gz
+        [ $language = fr ] && expected=$prefix/share/man/fr/man1/$program.1.gz
+        [ "$page" = "$expected" ] || { echo "man -L $language -w $program: $page"; status=1; }
+        lint=$(mandoc -T lint -W warning "$expected" 2>&1) || { echo "$lint"; status=1; }
+    done
+    # The page documents every option of the program's own help.
+    for option in $(env -u DISPLAY "$prefix/bin/$program" --help | grep -oE -- '--[a-z]+' | sort -u); do
+        for page in "$prefix/share/man/man1/$program.1.gz" "$prefix/share/man/fr/man1/$program.1.gz"; do
+            zcat "$page" | grep -qF -- "\\-\\-${option#--}" ||
+                { echo "$page does not document $option"; status=1; }
+        done
+    done
+done
 # Nothing is left in bin but the two links.
 extra=$(ls "$prefix/bin" | grep -v -x -e tovalin -e tovalin-cli)
 [ -z "$extra" ] || { echo "more in bin: $extra"; status=1; }
