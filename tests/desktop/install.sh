@@ -28,6 +28,17 @@ done
     { echo "bin/tovalin --version"; status=1; }
 [ "$("$prefix/bin/tovalin-cli" --version)" = "tovalin-cli (Tovalin) $2" ] ||
     { echo "bin/tovalin-cli --version"; status=1; }
+# The icon in every bitmap size of the theme, each a PNG of its own size;
+# the software centre's screenshot beside the program's data.
+for size in 16 32 48 64 128 256; do
+    png=$prefix/share/icons/hicolor/${size}x${size}/apps/org.tovalin.Tovalin.png
+    # PNG signature, then the IHDR width and height as 32-bit big-endian.
+    header=$(od -An -tx1 -N24 "$png" 2>/dev/null | tr -d ' \n')
+    expected=$(printf '89504e470d0a1a0a0000000d49484452%08x%08x' "$size" "$size")
+    [ "$header" = "$expected" ] || { echo "icon ${size}x${size}: not a ${size}x${size} PNG"; status=1; }
+done
+[ -f "$prefix/share/tovalin/screenshots/main-window.png" ] || { echo "missing: the screenshot"; status=1; }
+
 # The manual pages: found by man through the prefix, in English and in
 # French, and clean for mandoc's checker (warnings and errors, not style).
 for program in tovalin tovalin-cli; do

@@ -42,6 +42,9 @@ for file in usr/lib/tovalin/tovalin usr/lib/tovalin/tovalin-cli usr/lib/tovalin/
     usr/share/applications/org.tovalin.Tovalin.desktop \
     usr/share/metainfo/org.tovalin.Tovalin.metainfo.xml usr/share/mime/packages/org.tovalin.Tovalin.xml \
     usr/share/icons/hicolor/scalable/apps/org.tovalin.Tovalin.svg \
+    usr/share/icons/hicolor/48x48/apps/org.tovalin.Tovalin.png \
+    usr/share/icons/hicolor/256x256/apps/org.tovalin.Tovalin.png \
+    usr/share/tovalin/screenshots/main-window.png \
     usr/share/doc/tovalin/copyright usr/share/doc/tovalin/changelog.Debian.gz \
     usr/share/doc/tovalin/examples/exemple.xyz \
     usr/share/man/man1/tovalin.1.gz usr/share/man/man1/tovalin-cli.1.gz \
