@@ -55,4 +55,6 @@ string(JOIN "\n" CPACK_DEBIAN_PACKAGE_DESCRIPTION
   "de choisir l'affichage des coordonnées, et les enregistre en XYZ ou en DXF"
   "pour un logiciel de DAO, en 2D ou en 3D. Le convertisseur tovalin-cli fait"
   "de même sans fenêtre.")
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/PackageTree.cmake)
+set(CPACK_TOVALIN_STRIP ${CMAKE_STRIP})
 include(CPack)

@@ -54,11 +54,14 @@ done
 for program in tovalin tovalin-cli; do
     [ "$(readlink "$root/usr/bin/$program")" = "../lib/tovalin/$program" ] ||
         { echo "/usr/bin/$program is not a link to the program"; status=1; }
-    # Stripped: no symbol table and no debugging sections left.
-    if readelf -S -W "$root/usr/lib/tovalin/$program" | grep -qE '\.symtab|\.debug_'; then
+    # Stripped as Debian's packages are: no symbol table, no debugging
+    # sections, no compiler comment.
+    if readelf -S -W "$root/usr/lib/tovalin/$program" | grep -qE '\.symtab|\.debug_|\.comment'; then
         echo "/usr/lib/tovalin/$program is not stripped"; status=1
     fi
 done
+# The licence is the copyright file's, not a second copy.
+[ -e "$root/usr/share/doc/tovalin/LICENSE" ] && { echo "LICENSE beside the copyright file"; status=1; }
 # The copyright file is machine-readable and names the licence.
 head -1 "$root/usr/share/doc/tovalin/copyright" |
     grep -q '^Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/' ||
