@@ -13,8 +13,6 @@
 #include "viewer/ViewerCommands.h"
 
 #include <QApplication>
-#include <QLibraryInfo>
-#include <QTranslator>
 
 int main(int argc, char** argv) {
     // Answered before anything needs a display.
@@ -25,11 +23,8 @@ int main(int argc, char** argv) {
     QApplication::setOrganizationName(QStringLiteral("Tovalin"));
     platform::installRegionalFormat();
 
-    // Qt's own dialogs in French.
-    QTranslator qtTranslator;
-    if (qtTranslator.load(QLocale(QLocale::French, QLocale::France), QStringLiteral("qtbase"),
-                          QStringLiteral("_"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        QApplication::installTranslator(&qtTranslator);
+    // Qt's own dialogs in French, whatever the system's language.
+    platform::InstallQtFrenchTranslation(app);
 
     platform::QtMessageBoxService messages;
     platform::QtInputBoxService input;
