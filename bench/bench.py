@@ -90,6 +90,93 @@ def peer_call(imports, call):
     return float(output.split()[-1]), time.perf_counter() - start
 
 
+CUPSD_CONF = """Listen {socket}
+LogLevel warn
+Browsing No
+WebInterface No
+DefaultAuthType None
+<Location />
+  Order allow,deny
+  Allow all
+</Location>
+<Location /admin>
+  Order allow,deny
+  Allow all
+</Location>
+<Policy default>
+  <Limit All>
+    Order deny,allow
+  </Limit>
+</Policy>
+"""
+CUPS_FILES_CONF = """ServerRoot {root}
+RequestRoot {root}/spool
+TempDir {root}/tmp
+CacheDir {root}/cache
+StateDir {root}/state
+ErrorLog {root}/log/error_log
+AccessLog {root}/log/access_log
+PageLog {root}/log/page_log
+FileDevice Yes
+Sandboxing Relaxed
+SystemGroup root
+"""
+PDF_QUEUE = "Tovalin_PDF"
+
+
+def start_cups():
+    """A CUPS scheduler of the benchmark's own, on a socket in a temporary
+    folder, with a PDF queue (CUPS-PDF's driver, writing to a file there) whose
+    jobs are held when taken, so that no filter runs while a figure is timed.
+    Returns (process, folder, environment additions), or a reason it cannot."""
+    cupsd = shutil.which("cupsd") or ("/usr/sbin/cupsd" if os.path.exists("/usr/sbin/cupsd") else None)
+    if cupsd is None or shutil.which("lpadmin") is None:
+        return "cupsd or lpadmin missing (scripts/deps.sh installs them)"
+    if os.geteuid() != 0:
+        return "cupsd needs root"
+    root = tempfile.mkdtemp(prefix="tovalin-bench-cups-")
+    os.chmod(root, 0o755)
+    for sub in ("spool", "cache", "state", "log", "tmp", "out"):
+        os.makedirs(os.path.join(root, sub))
+    os.chmod(os.path.join(root, "tmp"), 0o1777)
+    socket = os.path.join(root, "cups.sock")
+    with open(os.path.join(root, "cupsd.conf"), "w") as out:
+        out.write(CUPSD_CONF.format(socket=socket))
+    with open(os.path.join(root, "cups-files.conf"), "w") as out:
+        out.write(CUPS_FILES_CONF.format(root=root))
+    process = subprocess.Popen([cupsd, "-f", "-c", os.path.join(root, "cupsd.conf"),
+                                "-s", os.path.join(root, "cups-files.conf")],
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    env = dict(os.environ, CUPS_SERVER=socket)
+    for _ in range(200):
+        if process.poll() is not None:
+            break
+        answer = subprocess.run(["lpstat", "-r"], env=env, capture_output=True, text=True)
+        if "is running" in answer.stdout:
+            added = subprocess.run(
+                ["lpadmin", "-p", PDF_QUEUE, "-E", "-v", "file://%s/out/listing.pdf" % root,
+                 "-m", "lsb/usr/cups-pdf/CUPS-PDF_opt.ppd",
+                 "-o", "job-hold-until-default=indefinite"], env=env, capture_output=True)
+            if added.returncode != 0:
+                break
+            return process, root, {"CUPS_SERVER": socket}
+        time.sleep(0.1)
+    stop_cups(process, root)
+    return "cupsd did not start"
+
+
+def stop_cups(process, root):
+    """Stops the scheduler by its process id and removes its folder."""
+    if process.poll() is None:
+        os.kill(process.pid, 15)
+        try:
+            process.wait(timeout=10)
+        except subprocess.TimeoutExpired:
+            os.kill(process.pid, 9)
+            process.wait()
+    shutil.rmtree(root, ignore_errors=True)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--bin", required=True, help="folder of tovalin-cli and tovalin-gui-bench")
@@ -189,6 +276,35 @@ def main():
             rows.append(("program: list rebuilt", count, figures["refresh_ms"] / 1000, None, []))
             rows.append(("program: format rewrite", count, figures["format_ms"] / 1000, None, []))
 
+    # Printing the list to the PDF queue of a private scheduler, ours and the
+    # plain QPainter loop in the same run.
+    printer = os.path.join(args.bin, "tovalin-print-bench")
+    print_rows = {}
+    if os.path.exists(printer):
+        cups = start_cups()
+        if isinstance(cups, str):
+            print("printing figures left out: %s" % cups, file=sys.stderr)
+        else:
+            process, root, added = cups
+            try:
+                for count in [c for c in sizes if c <= 100000]:
+                    samples = []
+                    for _ in range(args.runs):
+                        output = subprocess.run([printer, xyz(count), args.bin, PDF_QUEUE],
+                                                env=dict(env, **added), check=True,
+                                                capture_output=True, text=True).stdout
+                        samples.append(dict((k, float(v)) for k, v in
+                                            (line.split("\t") for line in output.splitlines())))
+                        subprocess.run(["cancel", "-a", PDF_QUEUE], env=dict(env, **added))
+                    figures = {key: statistics.median(s[key] for s in samples) for key in samples[0]}
+                    figures["worst_gap_ms"] = max(s["print_gap_ms"] for s in samples)
+                    print_rows[count] = figures
+                    rows.append(("program: print listing", count, figures["print_ms"] / 1000,
+                                 figures["peak_kb"] / 1024,
+                                 [("QPainter loop", figures["plain_ms"] / 1000)]))
+            finally:
+                stop_cups(process, root)
+
     shutil.rmtree(scratch, ignore_errors=True)
     shutil.rmtree(settings_home, ignore_errors=True)
 
@@ -215,6 +331,13 @@ def main():
             print("  %9d points: %4.0f ms during the read, %4.0f ms until the list is shown" %
                   (count, figures["read_gap_ms"], figures["worst_gap_ms"]))
 
+    if print_rows:
+        print()
+        print("printing, longest stretch without processing events (worst of the runs):")
+        for count, figures in print_rows.items():
+            print("  %9d points: %4.0f ms from \"Imprimer\" until handed to CUPS" %
+                  (count, figures["worst_gap_ms"]))
+
     # Cost per point at the largest size against the size before it.
     print()
     print("cost per point, largest size against the one before it (linear: within 30 %):")
@@ -232,7 +355,7 @@ def main():
     os.makedirs(RESULTS, exist_ok=True)
     name = "results%s.json" % ("-" + args.label if args.label else "")
     with open(os.path.join(RESULTS, name), "w") as out:
-        json.dump({"rows": rows, "program": gui_rows}, out, indent=1)
+        json.dump({"rows": rows, "program": gui_rows, "printing": print_rows}, out, indent=1)
 
 
 if __name__ == "__main__":
