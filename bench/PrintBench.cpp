@@ -12,6 +12,7 @@
 
 #include "app/Form1.h"
 #include "platform/CupsPrinter.h"
+#include "platform/NumberText.h"
 #include "platform/ScriptedDialogs.h"
 #include "platform/SettingsStore.h"
 #include "printing/Form6.h"
@@ -144,8 +145,8 @@ int main(int argc, char** argv) {
         QPdfWriter writer(pdf);
         writer.setPageSize(QPrinterInfo::printerInfo(queue).defaultPageSize());
         QPainter painter(&writer);
-        const QStringList header = ListingHeader(platform::programVersion(),
-                                                 QDateTime::currentDateTime(), state.CurrentFileName);
+        const QStringList header = ListingHeader(
+            platform::programVersion(), QDateTime::currentDateTime(), state.CurrentFileName);
         const int lineHeight = painter.fontMetrics().height();
         const int ascent = painter.fontMetrics().ascent();
         const int pageHeight = painter.viewport().height();
@@ -163,8 +164,8 @@ int main(int argc, char** argv) {
         for (int row = 1; row < state.Grid.rows(); ++row)
             line(ListingLine(state.Grid, row));
     }
-    const int plainJob = cupsPrintFile(queue.toUtf8().constData(), pdf.toUtf8().constData(),
-                                       "Tovalin", 0, nullptr);
+    const int plainJob =
+        cupsPrintFile(queue.toUtf8().constData(), pdf.toUtf8().constData(), "Tovalin", 0, nullptr);
     const qint64 plainMs = clock.elapsed();
     if (plainJob <= 0) {
         std::fprintf(stderr, "the plain loop's file was not taken: %s\n", cupsLastErrorString());
