@@ -184,6 +184,8 @@ def main():
     parser.add_argument("--sizes", default="10000,100000,1000000")
     parser.add_argument("--no-peers", action="store_true")
     parser.add_argument("--label", default="")
+    parser.add_argument("--print-only", action="store_true",
+                        help="only the printing figure (it needs a scheduler of its own)")
     args = parser.parse_args()
     sizes = [int(s) for s in args.sizes.split(",")]
     cli = os.path.join(args.bin, "tovalin-cli")
@@ -202,79 +204,80 @@ def main():
     def dxf(count):
         return os.path.join(DATA, "points-%d.dxf" % count)
 
-    for count in sizes:
-        measures = [lambda: run([cli, "list", xyz(count)], env)]
-        if not args.no_peers:
-            measures += [
-                lambda: peer_call("import numpy",
-                                  "numpy.loadtxt(%r, usecols=(1, 2, 3), delimiter=',')" % xyz(count)),
-                lambda: peer_call("import pandas", "pandas.read_csv(%r, header=None)" % xyz(count)),
-            ]
-        medians = medians_of(args.runs, measures)
-        seconds, peak = medians[0]
-        peers = []
-        if not args.no_peers:
-            (numpy, numpy_process), (pandas, pandas_process) = medians[1:]
-            peers = [("numpy.loadtxt", numpy), ("  its process", numpy_process),
-                     ("pandas.read_csv", pandas), ("  its process", pandas_process)]
-        rows.append(("list XYZ", count, seconds, peak / 1024, peers))
-
-    for count in sizes:
-        target = os.path.join(scratch, "out-%d.dxf" % count)
-        measures = [lambda: run(
-            [cli, "convert", "--set", "Fich_Dim=3D", xyz(count), "-o", target], env)]
-        with_ogr = not args.no_peers and shutil.which("ogr2ogr")
-        if with_ogr:
-            csv = os.path.join(DATA, "points-%d.csv" % count)
-            peer_target = os.path.join(scratch, "ogr-%d.dxf" % count)
-
-            def ogr():
-                if os.path.exists(peer_target):
-                    os.remove(peer_target)
-                return run(["ogr2ogr", "-f", "DXF", peer_target, csv,
-                            "-oo", "X_POSSIBLE_NAMES=X", "-oo", "Y_POSSIBLE_NAMES=Y",
-                            "-oo", "Z_POSSIBLE_NAMES=Z"], env)
-            measures.append(ogr)
-        medians = medians_of(args.runs, measures)
-        seconds, peak = medians[0]
-        peers = [("ogr2ogr", medians[1][0])] if with_ogr else []
-        rows.append(("convert XYZ->DXF", count, seconds, peak / 1024, peers))
-
-    for count in sizes:
-        seconds, peak = median_of(args.runs, lambda: run([cli, "list", dxf(count)], env))
-        rows.append(("list DXF", count, seconds, peak / 1024, []))
-
-    # The XYZ writer at its limit: every line is written, then the 16-bit
-    # loop's last step overflows and the run ends with that error (status 1).
-    limit_target = os.path.join(scratch, "limit.xyz")
-
-    def writer():
-        result = run([cli, "convert", "--to", "xyz", xyz(WRITER_LIMIT), "-o", limit_target],
-                     env, check=False)
-        with open(limit_target, "rb") as written:
-            lines = written.read().count(b"\r\n")
-        if lines != WRITER_LIMIT or result[2] != 1:
-            sys.exit("XYZ writer at its limit: %d lines, status %d" % (lines, result[2]))
-        return result
-    seconds, peak = median_of(args.runs, writer)
-    rows.append(("XYZ writer", WRITER_LIMIT, seconds, peak / 1024, []))
-
     gui_rows = {}
-    if os.path.exists(gui):
+    if not args.print_only:
         for count in sizes:
-            samples = []
-            for _ in range(args.runs):
-                output = subprocess.run([gui, xyz(count), args.bin], env=env, check=True,
-                                        capture_output=True, text=True).stdout
-                samples.append(dict((k, float(v)) for k, v in
-                                    (line.split("\t") for line in output.splitlines())))
-            figures = {key: statistics.median(s[key] for s in samples) for key in samples[0]}
-            figures["worst_gap_ms"] = max(s["open_gap_ms"] for s in samples)
-            gui_rows[count] = figures
-            rows.append(("program: open until shown", count, figures["shown_ms"] / 1000,
-                         figures["peak_kb"] / 1024, []))
-            rows.append(("program: list rebuilt", count, figures["refresh_ms"] / 1000, None, []))
-            rows.append(("program: format rewrite", count, figures["format_ms"] / 1000, None, []))
+            measures = [lambda: run([cli, "list", xyz(count)], env)]
+            if not args.no_peers:
+                measures += [
+                    lambda: peer_call("import numpy",
+                                      "numpy.loadtxt(%r, usecols=(1, 2, 3), delimiter=',')" % xyz(count)),
+                    lambda: peer_call("import pandas", "pandas.read_csv(%r, header=None)" % xyz(count)),
+                ]
+            medians = medians_of(args.runs, measures)
+            seconds, peak = medians[0]
+            peers = []
+            if not args.no_peers:
+                (numpy, numpy_process), (pandas, pandas_process) = medians[1:]
+                peers = [("numpy.loadtxt", numpy), ("  its process", numpy_process),
+                         ("pandas.read_csv", pandas), ("  its process", pandas_process)]
+            rows.append(("list XYZ", count, seconds, peak / 1024, peers))
+
+        for count in sizes:
+            target = os.path.join(scratch, "out-%d.dxf" % count)
+            measures = [lambda: run(
+                [cli, "convert", "--set", "Fich_Dim=3D", xyz(count), "-o", target], env)]
+            with_ogr = not args.no_peers and shutil.which("ogr2ogr")
+            if with_ogr:
+                csv = os.path.join(DATA, "points-%d.csv" % count)
+                peer_target = os.path.join(scratch, "ogr-%d.dxf" % count)
+
+                def ogr():
+                    if os.path.exists(peer_target):
+                        os.remove(peer_target)
+                    return run(["ogr2ogr", "-f", "DXF", peer_target, csv,
+                                "-oo", "X_POSSIBLE_NAMES=X", "-oo", "Y_POSSIBLE_NAMES=Y",
+                                "-oo", "Z_POSSIBLE_NAMES=Z"], env)
+                measures.append(ogr)
+            medians = medians_of(args.runs, measures)
+            seconds, peak = medians[0]
+            peers = [("ogr2ogr", medians[1][0])] if with_ogr else []
+            rows.append(("convert XYZ->DXF", count, seconds, peak / 1024, peers))
+
+        for count in sizes:
+            seconds, peak = median_of(args.runs, lambda: run([cli, "list", dxf(count)], env))
+            rows.append(("list DXF", count, seconds, peak / 1024, []))
+
+        # The XYZ writer at its limit: every line is written, then the 16-bit
+        # loop's last step overflows and the run ends with that error (status 1).
+        limit_target = os.path.join(scratch, "limit.xyz")
+
+        def writer():
+            result = run([cli, "convert", "--to", "xyz", xyz(WRITER_LIMIT), "-o", limit_target],
+                         env, check=False)
+            with open(limit_target, "rb") as written:
+                lines = written.read().count(b"\r\n")
+            if lines != WRITER_LIMIT or result[2] != 1:
+                sys.exit("XYZ writer at its limit: %d lines, status %d" % (lines, result[2]))
+            return result
+        seconds, peak = median_of(args.runs, writer)
+        rows.append(("XYZ writer", WRITER_LIMIT, seconds, peak / 1024, []))
+
+        if os.path.exists(gui):
+            for count in sizes:
+                samples = []
+                for _ in range(args.runs):
+                    output = subprocess.run([gui, xyz(count), args.bin], env=env, check=True,
+                                            capture_output=True, text=True).stdout
+                    samples.append(dict((k, float(v)) for k, v in
+                                        (line.split("\t") for line in output.splitlines())))
+                figures = {key: statistics.median(s[key] for s in samples) for key in samples[0]}
+                figures["worst_gap_ms"] = max(s["open_gap_ms"] for s in samples)
+                gui_rows[count] = figures
+                rows.append(("program: open until shown", count, figures["shown_ms"] / 1000,
+                             figures["peak_kb"] / 1024, []))
+                rows.append(("program: list rebuilt", count, figures["refresh_ms"] / 1000, None, []))
+                rows.append(("program: format rewrite", count, figures["format_ms"] / 1000, None, []))
 
     # Printing the list to the PDF queue of a private scheduler, ours and the
     # plain QPainter loop in the same run.

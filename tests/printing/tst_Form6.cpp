@@ -184,19 +184,6 @@ private slots:
         QVERIFY(f.boxes.boxes().empty());
     }
 
-    // The buttons show the printer's orientation; clicking them prints nothing
-    // differently (the lines are the same either way).
-    void orientationButtonsOnlyShow() {
-        PrintFixture f;
-        f.trigger("print");
-        f.choose(1);
-        f.control<QRadioButton>("Option1")->click();
-        f.control<QPushButton>("Command1")->click();
-        QTRY_VERIFY(f.dialog() == nullptr);
-        QCOMPARE(f.printer.ended.size(), std::size_t(1));
-        QCOMPARE(f.printer.current, QStringLiteral("Plans"));
-    }
-
     void printAndClose() {
         PrintFixture f(3);
         f.state.CurrentFileName = QStringLiteral("/terrain/jour1.xyz");
