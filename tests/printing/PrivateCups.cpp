@@ -5,8 +5,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QThread>
+#include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <cups/cups.h>
 #include <sys/wait.h>
@@ -62,7 +65,7 @@ PrivateCups::PrivateCups() {
     const QByteArray r = root.toUtf8();
     const QByteArray conf = "Listen " + socket().toUtf8() +
                             "\nLogLevel info\nBrowsing No\nWebInterface No\n"
-                            "DefaultAuthType None\nErrorPolicy stop-printer\n"
+                            "DefaultAuthType None\nErrorPolicy stop-printer\nPreserveJobFiles Yes\n"
                             "<Location />\n  Order allow,deny\n  Allow all\n</Location>\n"
                             "<Location /admin>\n  Order allow,deny\n  Allow all\n</Location>\n"
                             "<Policy default>\n  <Limit All>\n    Order deny,allow\n"
@@ -163,6 +166,10 @@ QString PrivateCups::outputOf(const QString& queue) const {
     return dir_.filePath(QStringLiteral("out/") + queue + QStringLiteral(".pdf"));
 }
 
+QString PrivateCups::spooledDocument(int job) const {
+    return dir_.filePath(QStringLiteral("spool/d%1-001").arg(job, 5, 10, QLatin1Char('0')));
+}
+
 bool PrivateCups::addQueue(const QString& name, bool landscape) {
     QStringList arguments{QStringLiteral("-p"),
                           name,
@@ -226,4 +233,78 @@ QString PdfText(const QString& file) {
         return QStringLiteral("(pdftotext failed: ") +
                QString::fromUtf8(process.readAllStandardError()) + u')';
     return QString::fromUtf8(process.readAllStandardOutput());
+}
+
+std::vector<QStringList> PdfPageLines(const QString& file) {
+    QProcess process;
+    process.start(QStringLiteral("pdftotext"),
+                  {QStringLiteral("-bbox"), file, QStringLiteral("-")});
+    if (!process.waitForFinished(60000) || process.exitCode() != 0)
+        return {{QStringLiteral("(pdftotext -bbox failed)")}};
+    struct Word {
+        double xMin, yMin, xMax;
+        QString text;
+    };
+    std::vector<std::vector<Word>> pages;
+    static const QRegularExpression tag(
+        QStringLiteral("<page |<word xMin=\"([-0-9.]+)\" yMin=\"([-0-9.]+)\" "
+                       "xMax=\"([-0-9.]+)\" yMax=\"[-0-9.]+\">([^<]*)</word>"));
+    const QString html = QString::fromUtf8(process.readAllStandardOutput());
+    double left = 1e9;
+    double pitch = 1e9;
+    for (auto match = tag.globalMatch(html); match.hasNext();) {
+        const QRegularExpressionMatch m = match.next();
+        if (m.captured(0).startsWith(QStringLiteral("<page"))) {
+            pages.emplace_back();
+            continue;
+        }
+        QString text = m.captured(4);
+        text.replace(QStringLiteral("&lt;"), QStringLiteral("<"))
+            .replace(QStringLiteral("&gt;"), QStringLiteral(">"))
+            .replace(QStringLiteral("&quot;"), QStringLiteral("\""))
+            .replace(QStringLiteral("&apos;"), QStringLiteral("'"))
+            .replace(QStringLiteral("&amp;"), QStringLiteral("&"));
+        const Word word{m.captured(1).toDouble(), m.captured(2).toDouble(),
+                        m.captured(3).toDouble(), text};
+        left = std::min(left, word.xMin);
+        if (pages.empty())
+            pages.emplace_back();
+        pages.back().push_back(word);
+    }
+    std::vector<QStringList> out;
+    for (std::vector<Word>& words : pages) {
+        // Poppler gives the words in its reading order, a column after the
+        // other; on paper a line runs across the page.
+        std::stable_sort(words.begin(), words.end(), [](const Word& a, const Word& b) {
+            return a.yMin + 0.5 < b.yMin || (std::abs(a.yMin - b.yMin) <= 0.5 && a.xMin < b.xMin);
+        });
+        for (std::size_t i = 1; i < words.size(); ++i) {
+            const double dy = words[i].yMin - words[i - 1].yMin;
+            if (dy > 0.5)
+                pitch = std::min(pitch, dy);
+        }
+    }
+    for (const std::vector<Word>& words : pages) {
+        QStringList lines;
+        const Word* previous = nullptr;
+        QString line;
+        for (const Word& word : words) {
+            const double width = (word.xMax - word.xMin) / std::max<qsizetype>(1, word.text.size());
+            if (previous != nullptr && word.yMin - previous->yMin > 0.5) {
+                lines << line;
+                line.clear();
+                // Lines left empty between the two.
+                for (int gap = qRound((word.yMin - previous->yMin) / pitch); gap > 1; --gap)
+                    lines << QString();
+                previous = nullptr;
+            }
+            const double from = previous != nullptr ? previous->xMax : left;
+            line += QString(qRound((word.xMin - from) / width), u' ') + word.text;
+            previous = &word;
+        }
+        if (previous != nullptr)
+            lines << line;
+        out.push_back(lines);
+    }
+    return out;
 }

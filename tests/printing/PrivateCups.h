@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <QTemporaryDir>
 #include <memory>
+#include <vector>
 
 // A CUPS scheduler of the test's own: cupsd started on a socket in a
 // temporary folder, with its own configuration, spool and logs, so the
@@ -37,6 +38,9 @@ public:
     bool waitForJob(int job, int seconds = 60) const;
     // Waits until the queue is stopped.
     bool waitForStopped(const QString& queue, int seconds = 60) const;
+    // The document of a job as it was handed to the scheduler (kept in its
+    // spool after printing).
+    QString spooledDocument(int job) const;
     // The file a queue's device writes.
     QString outputOf(const QString& queue) const;
     QString folder() const { return dir_.path(); }
@@ -54,4 +58,10 @@ private:
 };
 
 // The text of a PDF as pdftotext -layout reads it; pages split at form feeds.
+// Its layout guesses the width of a run of blanks.
 QString PdfText(const QString& file);
+// The lines of each page of a PDF in one fixed-pitch font, put together from
+// where poppler finds each word (pdftotext -bbox): the blanks between words
+// and before them (from the leftmost word of the document) counted in
+// character widths, an empty line for each missing line pitch.
+std::vector<QStringList> PdfPageLines(const QString& file);

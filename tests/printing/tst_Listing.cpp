@@ -17,27 +17,15 @@ namespace {
 const QString errorBox = QStringLiteral(
     "Erreur: Une erreur est survenu lors de l'impression. Retenter une impression. [critical ok]");
 
-// The lines of a PDF as poppler reads them, each page's lines after "--",
-// trailing blanks dropped.
+// The lines of a PDF as poppler finds them, each page's lines after "--".
 QStringList pagesOf(const QByteArray& pdf) {
     QTemporaryFile file;
     file.open();
     file.write(pdf);
     file.close();
     QStringList out;
-    const QStringList pages = PdfText(file.fileName()).split(u'\f');
-    for (int i = 0; i + 1 < pages.size() || (i < pages.size() && !pages[i].isEmpty()); ++i) {
-        out << QStringLiteral("--");
-        QStringList lines = pages[i].split(u'\n');
-        while (!lines.isEmpty() && lines.last().trimmed().isEmpty())
-            lines.removeLast();
-        for (const QString& line : lines) {
-            QString kept = line;
-            while (kept.endsWith(u' '))
-                kept.chop(1);
-            out << kept;
-        }
-    }
+    for (const QStringList& page : PdfPageLines(file.fileName()))
+        out << QStringLiteral("--") << page;
     return out;
 }
 
@@ -187,10 +175,10 @@ private slots:
         QTest::newRow("no line: one blank page") << 0 << QStringList() << 1;
         QTest::newRow("a page exactly full") << 6 << QStringList() << 1;
         QTest::newRow("one line more starts a page") << 7 << QStringList() << 2;
-        QTest::newRow("brackets, backslash, accents, euro, grouping")
+        QTest::newRow("brackets, backslash, accents, euro, grouping, runs of blanks")
             << 1
             << QStringList{QStringLiteral("(a) \\b\\ c)"), QStringLiteral("\u00E9t\u00E9 \u20AC 5"),
-                           QStringLiteral("1\u202F234,5")}
+                           QStringLiteral("1\u202F234,5"), QStringLiteral("  X :     1     Z")}
             << 1;
         QTest::newRow("many pages") << 61 << QStringList() << 11;
     }
