@@ -5,10 +5,12 @@
 #include "editing/NumberingCommands.h"
 #include "info/InfoCommands.h"
 #include "info/InfoWindows.h"
+#include "platform/CupsPrinter.h"
 #include "platform/NumberText.h"
 #include "platform/QtDialogs.h"
 #include "platform/QtShell.h"
 #include "platform/SettingsStore.h"
+#include "printing/PrintingCommands.h"
 #include "state/GestionDonnee.h"
 #include "viewer/ViewerCommands.h"
 
@@ -31,6 +33,7 @@ int main(int argc, char** argv) {
     platform::QtFileDialogService files;
     platform::IniSettingsStore settings;
     platform::QtShell shell;
+    platform::CupsPrinter printer;
     GestionDonnee state;
 
     Form1 window(state, Services{messages, input, files, settings});
@@ -39,6 +42,7 @@ int main(int argc, char** argv) {
     InstallNumberingAndFormatCommands(window);
     InstallInfoCommands(window, shell, QCoreApplication::applicationDirPath());
     InstallViewerCommands(window);
+    InstallPrintingCommands(window, printer);
     messages.setParent(&window);
     input.setParent(&window);
     files.setParent(&window);
