@@ -53,15 +53,16 @@ struct RowsRead {
 };
 
 // Fills the entries of the grid rows [begin, end) at firstIndex onwards.
-void readRows(const PointGridModel& grid, int begin, int end, ViewPoint* entries, RowsRead& read) {
+void readRows(const PointGridModel& grid, const NumberFormat& fmt, int begin, int end,
+              ViewPoint* entries, RowsRead& read) {
     QVarLengthArray<char16_t, 256> scratch;
     QStringView cells[3];
     for (int row = begin; row < end; ++row) {
         ViewPoint& entry = entries[row - begin];
         try {
             grid.rowCells(row, 3, scratch, cells);
-            entry.X = CSng(cells[1]);
-            entry.Y = CSng(cells[2]);
+            entry.X = CSng(cells[1], fmt);
+            entry.Y = CSng(cells[2], fmt);
         } catch (...) {
             read.error = std::current_exception();
             return;
@@ -96,6 +97,7 @@ void LoadView(PointView& view, const PointGridModel& grid, Progress& progress) {
     const auto base = static_cast<std::size_t>(view.viewPointCount);
     if (double(base) + rows >= 16777216.0)
         throw RuntimeError(RuntimeError::Overflow);
+    const NumberFormat fmt = NumberFormat::current();
     view.points = std::vector<ViewPoint>();
     view.points.resize(base + std::size_t(rows) + 1);
     for (int first = 1; first <= rows; first += rowsPerPart) {
@@ -104,7 +106,7 @@ void LoadView(PointView& view, const PointGridModel& grid, Progress& progress) {
         const std::size_t parts = PartsFor(count, 4096);
         PerPart<RowsRead> read(parts);
         ForEachPart(count, parts, [&](std::size_t part, std::size_t begin, std::size_t end) {
-            readRows(grid, first + int(begin), first + int(end),
+            readRows(grid, fmt, first + int(begin), first + int(end),
                      view.points.data() + base + std::size_t(first) + begin, read[part]);
         });
         // Put together in order, as one row after the other would: the

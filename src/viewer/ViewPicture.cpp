@@ -165,6 +165,13 @@ LabelGlyphs::LabelGlyphs(const QFont& font) : font_(font) {
                         glyph.scale.push_back(line[x] & 0xFFFFFF);
                 }
             }
+            bool alike = true;
+            for (const quint32 v : glyph.scale)
+                alike = alike && v == (v & 0xFF) * 0x010101u;
+            if (alike) {
+                for (const quint32 v : glyph.scale)
+                    glyph.gray.push_back(quint8(v & 0xFF));
+            }
             // Neighbouring positions mostly give the same glyph: kept once.
             std::size_t found = glyphs_.size();
             for (std::size_t g = 0; g < glyphs_.size(); ++g) {
@@ -204,6 +211,19 @@ void LabelGlyphs::draw(uchar* bits, qsizetype stride, int width, int top, int bo
         const int toRow = std::min(bottom, up + glyph.height);
         const int fromCol = std::max(0, left);
         const int toCol = std::min(width, left + glyph.width);
+        if (!glyph.gray.empty() || glyph.scale.empty()) {
+            // Grey text, the usual case: one byte a pixel.
+            for (int row = fromRow; row < toRow; ++row) {
+                auto* line = reinterpret_cast<quint32*>(bits + row * stride);
+                const quint8* gray = glyph.gray.data() + (row - up) * glyph.width - left;
+                for (int col = fromCol; col < toCol; ++col) {
+                    const quint32 g = gray[col];
+                    if (g != 255)
+                        line[col] = g == 0 ? 0xFF000000u : byteMul(line[col], g) | 0xFF000000u;
+                }
+            }
+            continue;
+        }
         for (int row = fromRow; row < toRow; ++row) {
             auto* line = reinterpret_cast<quint32*>(bits + row * stride);
             const quint32* scale = glyph.scale.data() + (row - up) * glyph.width - left;
@@ -238,25 +258,42 @@ DotSprite::DotSprite(QRgb colour, int size) : reach_(size / 2 + 2) {
         painter.setPen(dotPen(colour, size));
         painter.drawPoint(QPointF(reach_ + 0.5, reach_ + 0.5));
     }
-    pixels_.resize(std::size_t(side) * std::size_t(side));
+    // Kept to the pixels the dot touches: the rest would only be skipped.
+    int x0 = side, y0 = side, x1 = -1, y1 = -1;
     for (int y = 0; y < side; ++y) {
         const auto* line = reinterpret_cast<const quint32*>(canvas.constScanLine(y));
-        std::copy(line, line + side, pixels_.begin() + std::ptrdiff_t(y) * side);
+        for (int x = 0; x < side; ++x) {
+            if (line[x] != 0) {
+                x0 = std::min(x0, x);
+                x1 = std::max(x1, x);
+                y0 = std::min(y0, y);
+                y1 = std::max(y1, y);
+            }
+        }
+    }
+    if (x1 < 0)
+        return;
+    dx_ = x0 - reach_;
+    dy_ = y0 - reach_;
+    width_ = x1 - x0 + 1;
+    height_ = y1 - y0 + 1;
+    for (int y = y0; y <= y1; ++y) {
+        const auto* line = reinterpret_cast<const quint32*>(canvas.constScanLine(y));
+        pixels_.insert(pixels_.end(), line + x0, line + x1 + 1);
     }
 }
 
 void DotSprite::draw(uchar* bits, qsizetype stride, int width, int top, int bottom, int px,
                      int py) const {
-    const int side = 2 * reach_ + 1;
-    const int left = px - reach_;
-    const int up = py - reach_;
+    const int left = px + dx_;
+    const int up = py + dy_;
     const int fromRow = std::max(top, up);
-    const int toRow = std::min(bottom, up + side);
+    const int toRow = std::min(bottom, up + height_);
     const int fromCol = std::max(0, left);
-    const int toCol = std::min(width, left + side);
+    const int toCol = std::min(width, left + width_);
     for (int row = fromRow; row < toRow; ++row) {
         auto* line = reinterpret_cast<quint32*>(bits + row * stride);
-        const quint32* source = pixels_.data() + (row - up) * side - left;
+        const quint32* source = pixels_.data() + (row - up) * width_ - left;
         for (int col = fromCol; col < toCol; ++col) {
             const quint32 s = source[col];
             const quint32 alpha = s >> 24;

@@ -76,6 +76,8 @@ private:
         int width = 0;
         int height = 0;
         std::vector<quint32> scale; // per channel, 255 leaves the pixel as it is
+        // The same as one byte for all channels, when they are alike.
+        std::vector<quint8> gray;
     };
     struct Character {
         bool covered = false;
@@ -102,6 +104,10 @@ public:
 
 private:
     int reach_ = 0; // pixels on each side of the centre pixel
+    int dx_ = 0;    // the pixels touched, from the centre pixel
+    int dy_ = 0;
+    int width_ = 0;
+    int height_ = 0;
     std::vector<quint32> pixels_;
 };
 
