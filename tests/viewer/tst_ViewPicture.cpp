@@ -2,7 +2,11 @@
 #include "TestSupport.h"
 #include "WindowFixture.h"
 
+#include "RuntimeErrors.h"
+
 #include "platform/NumberText.h"
+#include "platform/PointGridModel.h"
+#include "platform/Progress.h"
 #include "viewer/ViewPicture.h"
 #include "viewer/ViewerCommands.h"
 #include "viewer/Zone.h"
@@ -67,6 +71,8 @@ class TestViewPicture : public QObject {
 
 private slots:
     void initTestCase() { QLocale::setDefault(frenchFormat()); }
+    void loadingInParts_data();
+    void loadingInParts();
     void fastIsPlain_data();
     void fastIsPlain();
     void cachedPicture();
@@ -74,6 +80,66 @@ private slots:
     void closedDuringPass_data();
     void closedDuringPass();
 };
+
+// The copy read in parts on several cores holds what reading the rows one
+// after the other gives: entries in order, the extent, and on an error the
+// rows before it and nothing after.
+void TestViewPicture::loadingInParts_data() {
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<int>("badRow"); // 0: none
+    QTest::addColumn<QString>("label");
+    QTest::newRow("many parts") << 70000 << 0 << "P";
+    QTest::newRow("error late in a part") << 70000 << 50001 << "P";
+    QTest::newRow("error in the first rows") << 70000 << 3 << "P";
+    QTest::newRow("accented identifiers") << 9000 << 0 << QStringLiteral("Pé");
+    // A lone surrogate is no UTF-8: the grid keeps such a row in UTF-16.
+    QTest::newRow("identifiers kept wide") << 9000 << 0 << QString(QChar(0xD800)) + u'x';
+}
+
+void TestViewPicture::loadingInParts() {
+    QFETCH(int, rows);
+    QFETCH(int, badRow);
+    QFETCH(QString, label);
+    platform::PointGridModel grid;
+    std::mt19937 random(11);
+    std::uniform_int_distribution<int> coordinate(-500000, 500000);
+    std::vector<std::pair<float, float>> expected;
+    for (int row = 1; row <= rows; ++row) {
+        const int x = coordinate(random);
+        const int y = coordinate(random);
+        const QString xText = platform::DefaultText(x / 1000.0);
+        grid.addItem(label + platform::DefaultText(row) + u'\t' +
+                     (row == badRow ? QStringLiteral("1x") : xText) + u'\t' +
+                     platform::DefaultText(y / 1000.0) + QStringLiteral("\t0"));
+        expected.emplace_back(platform::CSng(xText),
+                              platform::CSng(platform::DefaultText(y / 1000.0)));
+    }
+    PointView view;
+    platform::NoProgress none;
+    const int error = errorOf([&] { LoadView(view, grid, none); });
+    QCOMPARE(error, badRow ? int(platform::RuntimeError::TypeMismatch) : 0);
+    const int loaded = badRow ? badRow - 1 : rows;
+    QCOMPARE(view.viewPointCount, float(loaded));
+    QCOMPARE(int(view.points.size()), loaded + 1);
+    float right = expected[0].first, left = right, top = -expected[0].second, bottom = top;
+    for (int i = 0; i < loaded; ++i) {
+        right = std::max(right, expected[std::size_t(i)].first);
+        left = std::min(left, expected[std::size_t(i)].first);
+        top = std::max(top, -expected[std::size_t(i)].second);
+        bottom = std::min(bottom, -expected[std::size_t(i)].second);
+    }
+    if (loaded > 0)
+        QVERIFY(view.fullExtent == (ViewBox{right, top, left, bottom}));
+    for (const int i : {1, 2, 4096, 4097, 32768, 32769, 49999, 50000, 69999, 70000}) {
+        if (i > loaded)
+            continue;
+        const ViewPoint& entry = view.points[std::size_t(i)];
+        QCOMPARE(entry.Label, label + platform::DefaultText(i));
+        QCOMPARE(entry.X, expected[std::size_t(i - 1)].first);
+        QCOMPARE(entry.Y, expected[std::size_t(i - 1)].second);
+        QCOMPARE(entry.ColourCode, int16_t(1));
+    }
+}
 
 // The copied glyphs and dots give the painter's own picture: same pixels,
 // with at most a step of rounding where two blends meet.
