@@ -281,6 +281,15 @@ def main():
                              figures["peak_kb"] / 1024, []))
                 rows.append(("program: list rebuilt", count, figures["refresh_ms"] / 1000, None, []))
                 rows.append(("program: format rewrite", count, figures["format_ms"] / 1000, None, []))
+                figures["worst_view_gap_ms"] = max(s["view_gap_ms"] for s in samples)
+                # The view: opened (copy and first whole picture) against the
+                # plain drawing loop of the same run, on the same points and
+                # surface; the peak column holds what the copy adds.
+                rows.append(("view: opened", count, figures["view_open_ms"] / 1000,
+                             figures["view_copy_kb"] / 1024,
+                             [("plain QPainter loop", figures["view_plain_ms"] / 1000)]))
+                rows.append(("view: Zoom + click", count, figures["view_zoom_ms"] / 1000, None, []))
+                rows.append(("view: Recentrer", count, figures["view_recentre_ms"] / 1000, None, []))
 
     # Printing the list to the PDF queue of a private scheduler, ours and the
     # plain QPainter loop in the same run.
@@ -334,8 +343,9 @@ def main():
         print()
         print("program, longest stretch without processing events (worst of the runs):")
         for count, figures in gui_rows.items():
-            print("  %9d points: %4.0f ms during the read, %4.0f ms until the list is shown" %
-                  (count, figures["read_gap_ms"], figures["worst_gap_ms"]))
+            print("  %9d points: %4.0f ms during the read, %4.0f ms until the list is shown, "
+                  "%4.0f ms in the view" % (count, figures["read_gap_ms"], figures["worst_gap_ms"],
+                                            figures["worst_view_gap_ms"]))
 
     if print_rows:
         print()

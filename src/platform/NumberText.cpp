@@ -1031,6 +1031,15 @@ float CSng(QStringView text) {
     return value;
 }
 
+float CSng(QStringView text, const NumberFormat& fmt) {
+    AsciiNumber gathered;
+    if (!gatherLocaleNumber(text, fmt, gathered))
+        raise(Conversion::Mismatch);
+    float value = 0;
+    raise(convert(gathered, value));
+    return value;
+}
+
 int16_t CInt(QStringView text) {
     return ToInt16(CDbl(text));
 }

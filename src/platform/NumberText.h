@@ -132,6 +132,8 @@ double Val(QLatin1StringView text);
 // overflow (6) out of range.
 double CDbl(QStringView text);
 float CSng(QStringView text);
+// The same under a format looked up once, for loops over many texts.
+float CSng(QStringView text, const NumberFormat& fmt);
 int16_t CInt(QStringView text);
 int32_t CLng(QStringView text);
 bool IsNumeric(QStringView text);

@@ -388,6 +388,44 @@ QString PointGridModel::textMatrix(int row, int col) const {
     return QString();
 }
 
+void PointGridModel::rowCells(int row, int count, QVarLengthArray<char16_t, 256>& scratch,
+                              QStringView* cells) const {
+    for (int c = 0; c < count; ++c)
+        cells[c] = QStringView();
+    if (row < 0 || row >= rows() || rows_.refs_[row].block == RowStore::kNoBlock)
+        return;
+    const RowStore::Ref ref = rows_.refs_[row];
+    const RowView view = viewOf(rows_.blocks_[ref.block].bytes.get() + ref.offset);
+    // UTF-16 never takes more units than UTF-8 takes bytes: one allocation,
+    // so the views stay valid while the row is decoded.
+    scratch.resize(qsizetype(view.wide ? view.size / 2 : view.size));
+    char16_t* out = scratch.data();
+    CellReader reader(view.payload, view.size, view.wide);
+    const char* text;
+    std::size_t length;
+    for (int c = 0; c < std::min(count, cols_) && reader.next(text, length); ++c) {
+        char16_t* begin = out;
+        if (view.wide) {
+            std::memcpy(out, text, length * 2);
+            out += length;
+        } else {
+            bool ascii = true;
+            for (std::size_t i = 0; i < length; ++i) {
+                const auto byte = static_cast<unsigned char>(text[i]);
+                ascii = ascii && byte < 0x80;
+                *out++ = byte;
+            }
+            if (!ascii) {
+                const QString decoded = QString::fromUtf8(text, qsizetype(length));
+                out = begin;
+                std::memcpy(out, decoded.utf16(), std::size_t(decoded.size()) * 2);
+                out += decoded.size();
+            }
+        }
+        cells[c] = QStringView(begin, out - begin);
+    }
+}
+
 void PointGridModel::appendRowUtf8(int row, int count, char separator, std::string& out) const {
     if (row < 0 || row >= rows()) {
         out.append(std::size_t(std::max(count - 1, 0)), separator);

@@ -106,6 +106,13 @@ public:
     // scrolling): one change of data, not a reset.
     void replaceRows(int first, std::vector<RowStore> parts);
 
+    // The first count cells of a row as views into scratch (UTF-16, made
+    // from the stored text), for reading many rows without a new text per
+    // cell; a cell the row lacks is empty. The views hold until scratch is
+    // used again. Safe to call from several threads, each with its own scratch.
+    void rowCells(int row, int count, QVarLengthArray<char16_t, 256>& scratch,
+                  QStringView* cells) const;
+
     // Appends the texts of the cells 0 to count - 1 of a row in UTF-8 to out,
     // separator between them, without a QString for each.
     void appendRowUtf8(int row, int count, char separator, std::string& out) const;

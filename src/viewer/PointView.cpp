@@ -2,11 +2,14 @@
 
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
+#include "platform/Parallel.h"
 #include "platform/PointGridModel.h"
 #include "platform/Progress.h"
 #include "platform/RuntimeError.h"
 
+#include <QVarLengthArray>
 #include <cmath>
+#include <exception>
 
 using namespace platform;
 
@@ -36,34 +39,102 @@ bool askSize(int16_t& field, InputBoxService& input, const QString& prompt, cons
 
 } // namespace
 
+namespace {
+
+// The rows read between two batches of events.
+constexpr int rowsPerPart = 32768;
+
+// What a run of rows gave: its extent (from its first row, widened
+// strictly, as the whole load does), and where it stopped on an error.
+struct RowsRead {
+    ViewBox extent;
+    int rows = 0; // read without error
+    std::exception_ptr error;
+};
+
+// Fills the entries of the grid rows [begin, end) at firstIndex onwards.
+void readRows(const PointGridModel& grid, const NumberFormat& fmt, int begin, int end,
+              ViewPoint* entries, RowsRead& read) {
+    QVarLengthArray<char16_t, 256> scratch;
+    QStringView cells[3];
+    for (int row = begin; row < end; ++row) {
+        ViewPoint& entry = entries[row - begin];
+        try {
+            grid.rowCells(row, 3, scratch, cells);
+            entry.X = CSng(cells[1], fmt);
+            entry.Y = CSng(cells[2], fmt);
+        } catch (...) {
+            read.error = std::current_exception();
+            return;
+        }
+        entry.Label = cells[0].toString();
+        entry.ColourCode = 1;
+        const float negY = -entry.Y;
+        ViewBox& box = read.extent;
+        if (read.rows == 0)
+            box = ViewBox{entry.X, negY, entry.X, negY};
+        if (entry.X > box.right)
+            box.right = entry.X;
+        if (entry.X < box.left)
+            box.left = entry.X;
+        if (negY > box.top)
+            box.top = negY;
+        if (negY < box.bottom)
+            box.bottom = negY;
+        ++read.rows;
+    }
+}
+
+} // namespace
+
 void LoadView(PointView& view, const PointGridModel& grid, Progress& progress) {
     view.zoomFactor = 1.0f;
-    view.points.clear();
-    for (int row = 1; row < grid.rows(); ++row) {
-        ViewPoint entry;
-        entry.Label = grid.textMatrix(row, 0);
-        entry.X = CSng(grid.textMatrix(row, 1));
-        entry.Y = CSng(grid.textMatrix(row, 2));
-        entry.ColourCode = 1;
-        // Entries 1 to count: the count is kept from an earlier opening, so
-        // a second one starts after as many empty entries.
-        const auto index = static_cast<std::size_t>(view.viewPointCount) + 1;
-        view.points.resize(index + 1);
-        const float negY = checked(-entry.Y);
-        if (view.viewPointCount == 0)
-            view.fullExtent = ViewBox{entry.X, negY, entry.X, negY};
-        ViewBox& full = view.fullExtent;
-        if (entry.X > full.right)
-            full.right = entry.X;
-        if (entry.X < full.left)
-            full.left = entry.X;
-        if (negY > full.top)
-            full.top = negY;
-        if (negY < full.bottom)
-            full.bottom = negY;
-        view.points[index] = std::move(entry);
-        view.viewPointCount = checked(view.viewPointCount + 1.0f);
-        progress.tick();
+    ++view.generation;
+    const int rows = std::max(grid.rows() - 1, 0);
+    // Entries 1 to count: the count is kept from an earlier opening, so a
+    // second one starts after as many empty entries. Past 2^24 a 32-bit
+    // count no longer grows by one; the copy is not made for such counts.
+    const auto base = static_cast<std::size_t>(view.viewPointCount);
+    if (double(base) + rows >= 16777216.0)
+        throw RuntimeError(RuntimeError::Overflow);
+    const NumberFormat fmt = NumberFormat::current();
+    view.points = std::vector<ViewPoint>();
+    view.points.resize(base + std::size_t(rows) + 1);
+    for (int first = 1; first <= rows; first += rowsPerPart) {
+        const int last = std::min(rows, first + rowsPerPart - 1);
+        const std::size_t count = std::size_t(last - first + 1);
+        const std::size_t parts = PartsFor(count, 4096);
+        PerPart<RowsRead> read(parts);
+        ForEachPart(count, parts, [&](std::size_t part, std::size_t begin, std::size_t end) {
+            readRows(grid, fmt, first + int(begin), first + int(end),
+                     view.points.data() + base + std::size_t(first) + begin, read[part]);
+        });
+        // Put together in order, as one row after the other would: the
+        // extent set by the very first point, then widened strictly; an
+        // error keeps what the rows before it gave.
+        for (std::size_t part = 0; part < parts; ++part) {
+            const RowsRead& done = read[part];
+            if (done.rows > 0) {
+                ViewBox& full = view.fullExtent;
+                if (view.viewPointCount == 0)
+                    full = done.extent;
+                if (done.extent.right > full.right)
+                    full.right = done.extent.right;
+                if (done.extent.left < full.left)
+                    full.left = done.extent.left;
+                if (done.extent.top > full.top)
+                    full.top = done.extent.top;
+                if (done.extent.bottom < full.bottom)
+                    full.bottom = done.extent.bottom;
+                view.viewPointCount += float(done.rows);
+                for (int i = 0; i < done.rows; ++i)
+                    progress.tick();
+            }
+            if (done.error) {
+                view.points.resize(static_cast<std::size_t>(view.viewPointCount) + 1);
+                std::rethrow_exception(done.error);
+            }
+        }
     }
     if (view.viewPointCount != 0)
         view.visibleWindow = view.fullExtent;

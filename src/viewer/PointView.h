@@ -26,6 +26,8 @@ struct ViewBox {
     float top = 0;    // largest -Y
     float left = 0;   // smallest X
     float bottom = 0; // smallest -Y
+
+    bool operator==(const ViewBox&) const = default;
 };
 
 namespace viewmode {
@@ -52,13 +54,16 @@ struct PointView {
     QString navigationMode;
     int16_t pointSize = 2;
     int16_t labelSize = 6;
+    // Counts the loadings: a picture drawn from an earlier copy is stale.
+    unsigned generation = 0;
 };
 
 // Loading the view's copy from the grid's rows (its header row left out):
 // X and Y by the locale-aware 32-bit conversion (a text that is no number is
 // a type mismatch, one out of range an overflow). The new entries go after as
 // many as the count already holds, and the full extent only widens: both are
-// kept from the previous opening.
+// kept from the previous opening. The rows are read in parts on every
+// core; the progress is told once per row between parts.
 void LoadView(PointView& view, const platform::PointGridModel& grid, platform::Progress& progress);
 
 // The entries a drawing pass visits: 0 to count - 1. Index 0 is empty and

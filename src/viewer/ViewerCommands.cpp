@@ -27,7 +27,9 @@ void InstallViewerCommands(MainWindowHost& window) {
                                                 platform::MsgIcon::Critical);
                 return;
             }
-            if (!open->isNull()) {
+            // A window closed during a pass stays, hidden, until the pass
+            // has returned: a new one is made meanwhile.
+            if (!open->isNull() && (*open)->isVisible()) {
                 (*open)->raise();
                 (*open)->activateWindow();
                 return;
@@ -41,9 +43,10 @@ void InstallViewerCommands(MainWindowHost& window) {
                 LoadView(*view, window.state().Grid, progress);
             }
             auto* shown = new frmVisualisation(*view, window.services().input, window.widget());
-            shown->setAttribute(Qt::WA_DeleteOnClose);
             *open = shown;
             shown->show();
+            // Shown, it becomes the active window, which draws it.
+            shown->activateWindow();
         });
     });
 }

@@ -1,18 +1,15 @@
 #include "viewer/Zone.h"
 
+#include "platform/GuiProgress.h"
+
 #include <QMouseEvent>
 #include <QPainter>
-#include <cmath>
 
 namespace {
 
-// The 16-colour console palette.
-QColor paletteColour(int code) {
-    static constexpr QRgb colours[16] = {0x000000, 0x000080, 0x008000, 0x008080, 0x800000, 0x800080,
-                                         0x808000, 0xC0C0C0, 0x808080, 0x0000FF, 0x00FF00, 0x00FFFF,
-                                         0xFF0000, 0xFF00FF, 0xFFFF00, 0xFFFFFF};
-    return QColor(colours[code & 15]);
-}
+// Entries drawn between two looks at the clock: small enough that a part
+// takes well under the 30 ms between event batches on a million points.
+constexpr std::size_t entriesPerPart = 16384;
 
 } // namespace
 
@@ -21,61 +18,77 @@ Zone::Zone(QWidget* parent) : QWidget(parent) {
     setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
+Zone::~Zone() {
+    *alive_ = false;
+}
+
 bool Zone::DrawView(const PointView& view, int size, bool showPoints, bool showStations) {
-    const ViewBox& window = view.visibleWindow;
-    const float width = window.right - window.left;
-    const float height = window.bottom - window.top;
+    next_ = Key{&view, view.generation,
+                DrawRequest{view.visibleWindow, size, view.labelSize, showPoints, showStations},
+                this->size().expandedTo(QSize(1, 1))};
+    if (busy_) {
+        // Asked for from an event the running pass processes: that pass
+        // starts afresh once the batch is done, unless it already draws this.
+        restart_ = !(next_ == shown_);
+        return CanDraw(next_.request.window);
+    }
+    const std::shared_ptr<bool> alive = alive_;
+    busy_ = true;
+    Pass result;
+    do {
+        restart_ = false;
+        result = pass(next_);
+        if (!*alive)
+            return false;
+    } while (result == Pass::Restart && !stopped_);
+    busy_ = false;
+    stopped_ = false;
+    return result != Pass::Refused;
+}
+
+Zone::Pass Zone::pass(const Key& key) {
     // The surface refuses a coordinate system of zero width or height (the
     // invalid-argument error); the pass traps it and ends silently.
-    if (width == 0 || height == 0 || !std::isfinite(width) || !std::isfinite(height))
-        return false;
-    drawn_ = window;
-    const QSize surface = this->size().expandedTo(QSize(1, 1));
-    if (picture_.size() != surface)
-        picture_ = QImage(surface, QImage::Format_RGB32);
+    if (!CanDraw(key.request.window))
+        return Pass::Refused;
+    drawn_ = key.request.window;
+    if (complete_ && key == shown_)
+        return Pass::Drawn;
+    complete_ = false;
+    shown_ = key;
+    if (picture_.size() != key.surface)
+        picture_ = QImage(key.surface, QImage::Format_RGB32);
     picture_.fill(Qt::white);
-
-    const double sx = surface.width() / double(width);
-    const double sy = surface.height() / double(height);
-    QPainter painter(&picture_);
-    painter.setRenderHint(QPainter::Antialiasing, size > 1);
-    QFont font = painter.font();
-    font.setPointSize(view.labelSize);
-    painter.setFont(font);
-    const QFontMetrics metrics(font);
-    const int ascent = metrics.ascent();
-    // Only what can be seen is drawn: a label starts right of its dot, so an
-    // entry far left or below the surface shows nothing.
-    const QRectF seen(-metrics.maxWidth() * 20.0 - size, -metrics.height() - size,
-                      surface.width() + metrics.maxWidth() * 20.0 + 2.0 * size,
-                      surface.height() + metrics.height() + 2.0 * size);
-    painter.setPen(Qt::NoPen);
-    const int last = DrawnEntryCount(view);
-    for (int i = 0; i < last; ++i) {
-        const ViewPoint& entry = view.points[std::size_t(i)];
-        if (!((entry.ColourCode == 1 && showPoints) || (entry.ColourCode == 12 && showStations)))
-            continue;
-        const double negY = -double(entry.Y);
-        const QPointF dot((entry.X - window.left) * sx, (negY - window.top) * sy);
-        if (!seen.contains(dot))
-            continue;
-        painter.setBrush(paletteColour(entry.ColourCode));
-        if (size <= 1)
-            painter.fillRect(QRectF(std::floor(dot.x()), std::floor(dot.y()), 1, 1),
-                             paletteColour(entry.ColourCode));
-        else
-            painter.drawEllipse(dot, size / 2.0, size / 2.0);
-        // The size is added in world units; only the vertical position is
-        // floored before it.
-        const QPointF label((entry.X + size - window.left) * sx,
-                            (std::floor(negY) + size - window.top) * sy);
-        painter.setPen(Qt::black);
-        painter.drawText(QPointF(label.x(), label.y() + ascent), entry.Label);
-        painter.setPen(Qt::NoPen);
+    const LabelGlyphs& glyphs = glyphsFor(key.request.labelSize);
+    const ViewPicture picture(*key.view, key.request, picture_, glyphs);
+    const std::shared_ptr<bool> alive = alive_;
+    platform::GuiProgress progress([](const QString&) {});
+    for (std::size_t begin = 0; begin < picture.entries(); begin += entriesPerPart) {
+        const std::size_t end = std::min(picture.entries(), begin + entriesPerPart);
+        picture.drawEntries(begin, end);
+        // What is drawn so far shows at the next batch of events.
+        update();
+        for (std::size_t i = begin; i < end; ++i)
+            progress.tick();
+        if (!*alive)
+            return Pass::Gone;
+        if (stopped_ || restart_) {
+            shown_ = Key{};
+            return Pass::Restart;
+        }
     }
-    painter.end();
+    complete_ = true;
+    ++passes_;
+    longestGap_ = progress.longestGapMs();
     update();
-    return true;
+    return Pass::Drawn;
+}
+
+const LabelGlyphs& Zone::glyphsFor(int labelSize) {
+    std::unique_ptr<LabelGlyphs>& glyphs = glyphs_[labelSize];
+    if (!glyphs)
+        glyphs = std::make_unique<LabelGlyphs>(LabelFont(labelSize));
+    return *glyphs;
 }
 
 QPointF Zone::worldAt(QPointF pixel) const {

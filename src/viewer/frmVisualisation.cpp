@@ -3,6 +3,7 @@
 #include "viewer/Zone.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QEvent>
 #include <QMenu>
 #include <QMenuBar>
@@ -84,7 +85,11 @@ QAction* frmVisualisation::addItem(QMenu* menu, const char* name, const QString&
 }
 
 bool frmVisualisation::DrawView(int size) {
-    return Zone_->DrawView(view_, size, MnuAffichagePt->isChecked(), MnuAffichageSt->isChecked());
+    const bool drawn =
+        Zone_->DrawView(view_, size, MnuAffichagePt->isChecked(), MnuAffichageSt->isChecked());
+    if (goWhenIdle_ && !Zone_->busy())
+        deleteLater();
+    return drawn;
 }
 
 void frmVisualisation::setMode(const QString& mode) {
@@ -121,6 +126,19 @@ bool frmVisualisation::event(QEvent* event) {
     if (event->type() == QEvent::WindowActivate)
         DrawView(view_.pointSize);
     return QWidget::event(event);
+}
+
+void frmVisualisation::closeEvent(QCloseEvent* event) {
+    // The window is unloaded when closed. A pass that is processing events
+    // still draws on it: it is stopped, and the window goes when it has
+    // returned, never under it.
+    event->accept();
+    if (Zone_->busy()) {
+        Zone_->stop();
+        goWhenIdle_ = true;
+    } else {
+        deleteLater();
+    }
 }
 
 void frmVisualisation::resizeEvent(QResizeEvent* event) {

@@ -28,6 +28,7 @@ public:
 protected:
     bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     QAction* addItem(QMenu* menu, const char* name, const QString& caption);
@@ -47,4 +48,7 @@ private:
     QAction* Mnu_Commande_Zoomp = nullptr;
     QAction* Mnu_Commande_Zoomm = nullptr;
     QAction* Mnu_Commande_Deplacement = nullptr;
+    // Closed while a pass was processing events: the window goes once the
+    // pass has let go of it.
+    bool goWhenIdle_ = false;
 };
