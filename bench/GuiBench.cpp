@@ -13,6 +13,8 @@
 // read and during the whole open, the peak memory, the rows shown. Times in
 // milliseconds, memory in kilobytes.
 
+#include "BenchSupport.h"
+
 #include "app/Form1.h"
 #include "editing/CoordinateFormat.h"
 #include "platform/GuiProgress.h"
@@ -36,6 +38,10 @@
 #include <cstdio>
 #include <sys/resource.h>
 
+using bench::GapMeter;
+using bench::peakKilobytes;
+using bench::residentKilobytes;
+
 namespace {
 
 // Counts the paintings of a widget.
@@ -49,43 +55,6 @@ protected:
             ++paints;
         return QObject::eventFilter(watched, event);
     }
-};
-
-// The longest time between two turns of the event loop: a timer that wants
-// to run every millisecond runs only when events are processed.
-class GapMeter {
-public:
-    GapMeter() {
-        timer_.setInterval(1);
-        timer_.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&timer_, &QTimer::timeout, [this] { note(); });
-    }
-    void start() {
-        longest_ = 0;
-        clock_.start();
-        since_.start();
-        timer_.start();
-    }
-    void note() {
-        const qint64 gap = clock_.restart();
-        if (gap > longest_)
-            longest_ = gap;
-        // TOVALIN_BENCH_GAPS=1 tells where the long ones end, to find them.
-        if (gap > 30 && qEnvironmentVariableIsSet("TOVALIN_BENCH_GAPS"))
-            std::fprintf(stderr, "gap %lld ms ending at %lld ms\n", static_cast<long long>(gap),
-                         static_cast<long long>(since_.elapsed()));
-    }
-    qint64 stop() {
-        note();
-        timer_.stop();
-        return longest_;
-    }
-
-private:
-    QTimer timer_;
-    QElapsedTimer clock_;
-    QElapsedTimer since_;
-    qint64 longest_ = 0;
 };
 
 // Processes events until the view has painted again. The view is asked to
@@ -108,21 +77,6 @@ bool untilDrawn(Zone* zone, int passes) {
     while (!(zone->complete() && zone->passes() > passes) && waited.elapsed() < 60000)
         QApplication::processEvents(QEventLoop::AllEvents, 5);
     return zone->complete() && zone->passes() > passes;
-}
-
-// The resident size now, in kilobytes.
-long residentKilobytes() {
-    QFile statm(QStringLiteral("/proc/self/statm"));
-    if (!statm.open(QIODevice::ReadOnly))
-        return 0;
-    const QList<QByteArray> fields = statm.readAll().split(' ');
-    return fields.size() > 1 ? fields[1].toLong() * 4 : 0;
-}
-
-long peakKilobytes() {
-    struct rusage usage;
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
 }
 
 } // namespace

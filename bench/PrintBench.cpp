@@ -10,6 +10,8 @@
 // The scheduler is the one CUPS_SERVER names. Prints tab-separated figures:
 // times in milliseconds, memory in kilobytes.
 
+#include "BenchSupport.h"
+
 #include "app/Form1.h"
 #include "platform/CupsPrinter.h"
 #include "platform/NumberText.h"
@@ -35,54 +37,9 @@
 #include <cups/cups.h>
 #include <sys/resource.h>
 
-namespace {
-
-// The longest time between two turns of the event loop, from a timer that
-// wants to run every millisecond.
-class GapMeter {
-public:
-    GapMeter() {
-        timer_.setInterval(1);
-        timer_.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&timer_, &QTimer::timeout, [this] { note(); });
-    }
-    void start() {
-        longest_ = 0;
-        clock_.start();
-        timer_.start();
-    }
-    void note() {
-        const qint64 gap = clock_.restart();
-        if (gap > longest_)
-            longest_ = gap;
-    }
-    qint64 stop() {
-        note();
-        timer_.stop();
-        return longest_;
-    }
-
-private:
-    QTimer timer_;
-    QElapsedTimer clock_;
-    qint64 longest_ = 0;
-};
-
-long peakKilobytes() {
-    struct rusage usage;
-    getrusage(RUSAGE_SELF, &usage);
-    return usage.ru_maxrss;
-}
-
-long residentKilobytes() {
-    QFile status(QStringLiteral("/proc/self/statm"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    const QList<QByteArray> fields = status.readAll().split(' ');
-    return fields.size() > 1 ? fields[1].toLong() * 4 : 0;
-}
-
-} // namespace
+using bench::GapMeter;
+using bench::peakKilobytes;
+using bench::residentKilobytes;
 
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
