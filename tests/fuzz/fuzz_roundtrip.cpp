@@ -1,0 +1,152 @@
+// A file read, written as XYZ and as DXF, and read back: what the formats
+// can carry must come back. Identifiers, as far as the separator and the
+// line ends let them through, and coordinates within the precision written
+// (15 digits unformatted, the pattern's decimals formatted, three decimals
+// in DXF); Z is 0.000 in 2D.
+#include "FuzzSupport.h"
+
+#include "formats/DxfReader.h"
+#include "formats/DxfWriter.h"
+#include "formats/XyzReader.h"
+#include "formats/XyzWriter.h"
+#include "platform/RuntimeError.h"
+
+#include <QStringList>
+#include <cmath>
+
+using namespace fuzz;
+
+namespace {
+
+struct Plan {
+    bool french;
+    bool threeD;
+    bool unformatted;
+    QString nbDec;
+};
+
+void configure(Session& session, const Plan& plan, const QString& readSeparator) {
+    MemorySettings& s = session.settings;
+    s.values[QStringLiteral("Paramètre/Separateur_Lec")] = readSeparator;
+    s.values[QStringLiteral("Paramètre/Separateur_Ecr")] = QStringLiteral(";");
+    s.values[QStringLiteral("Paramètre/Inc_Num")] = QStringLiteral("0");
+    s.values[QStringLiteral("Paramètre/Fich_Dim")] =
+        plan.threeD ? QStringLiteral("3D") : QStringLiteral("2D");
+    s.values[QStringLiteral("App/ExtCfg")] =
+        plan.unformatted ? QStringLiteral("1") : QStringLiteral("0");
+    s.values[QStringLiteral("App/NbDec")] = plan.nbDec;
+    session.reloadSettings();
+}
+
+// An identifier the XYZ file gives back as it was: no separator, no line
+// end, no blank at either end (the reader trims them).
+bool carriedByXyz(const QString& name) {
+    return !name.contains(u';') && !name.contains(u'\r') && name.trimmed() == name &&
+           !name.startsWith(u'\t') && !name.endsWith(u'\t');
+}
+
+// A coordinate that comes back: not so large that its text overflows.
+bool carried(double value) {
+    return std::isfinite(value) && std::fabs(value) < 1e300;
+}
+
+bool near(double read, double written, double step) {
+    return std::fabs(read - written) <= step * (1 + 1e-9) + std::fabs(written) * 1e-14;
+}
+
+QString describe(const PointRecord& p) {
+    return QStringLiteral("%1|%2|%3|%4")
+        .arg(p.Matricule, platform::DefaultText(p.X), platform::DefaultText(p.Y),
+             platform::DefaultText(p.Z));
+}
+
+} // namespace
+
+// The first byte: regional format, 2D or 3D, ExtCfg, the pattern and the
+// separator the input is read with; the rest is the XYZ file.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size < 1)
+        return 0;
+    static const QStringList kPatterns = {QStringLiteral("0.000"), QStringLiteral("0"),
+                                          QStringLiteral("0.000000"), QStringLiteral("#.##")};
+    static const QStringList kSeparators = {QStringLiteral(","), QStringLiteral(";"),
+                                            QStringLiteral(" "), QStringLiteral("\t")};
+    static ScratchFile input(".xyz");
+    static ScratchFile xyz("-out.xyz");
+    static ScratchFile dxf("-out.dxf");
+    const std::uint8_t choice = data[0];
+    const Plan plan{(choice & 1) == 0, (choice & 2) != 0, (choice & 4) != 0,
+                    kPatterns[(choice >> 3) & 3]};
+    SetRegionalFormat(plan.french);
+    input.write(data + 1, size - 1);
+
+    Session first;
+    configure(first, plan, kSeparators[(choice >> 5) & 3]);
+    ReadXyzFile(first.state, input.path());
+    const std::size_t count = std::size_t(first.state.PointCount);
+    if (count == 0 || count > 32768)
+        return 0;
+    bool namesCarried = true;
+    for (std::size_t i = 0; i < count; ++i)
+        namesCarried = namesCarried && carriedByXyz(first.state.Points[i].Matricule);
+
+    CommandContext context = first.context();
+    WriteXyzFile(context, xyz.path());
+    FUZZ_CHECK(first.boxes.boxes().empty(), first.boxes.boxes().front().prompt);
+
+    // Formatted, a value is rounded to the pattern's decimals.
+    const qsizetype point = plan.nbDec.indexOf(u'.');
+    const qsizetype decimals = point < 0 ? 0 : plan.nbDec.size() - point - 1;
+    const double step = plan.unformatted ? 0 : 0.5 * std::pow(10.0, -double(decimals));
+    Session second;
+    configure(second, plan, QStringLiteral(";"));
+    ReadXyzFile(second.state, xyz.path());
+    if (namesCarried) {
+        FUZZ_CHECK(std::size_t(second.state.PointCount) == count,
+                   QStringLiteral("%1 points written, %2 read back")
+                       .arg(count)
+                       .arg(second.state.PointCount));
+        for (std::size_t i = 0; i < count; ++i) {
+            const PointRecord& p = first.state.Points[i];
+            const PointRecord& q = second.state.Points[i];
+            const QString detail = describe(p) + QStringLiteral(" / ") + describe(q);
+            FUZZ_CHECK(q.Matricule == p.Matricule, detail);
+            // Under "," a formatted or unformatted value keeps its decimals:
+            // the reader turns the first comma back into a point.
+            if (carried(p.X))
+                FUZZ_CHECK(near(q.X, p.X, step), detail);
+            if (carried(p.Y))
+                FUZZ_CHECK(near(q.Y, p.Y, step), detail);
+            if (!plan.threeD)
+                FUZZ_CHECK(q.Z == 0, detail);
+            else if (carried(p.Z))
+                FUZZ_CHECK(near(q.Z, p.Z, step), detail);
+        }
+    }
+
+    first.boxes.answerInput(QStringLiteral("1"));
+    WriteDxfFile(context, dxf.path());
+    Session third;
+    configure(third, plan, QStringLiteral(";"));
+    CommandContext readBack = third.context();
+    ReadDxfFile(readBack, dxf.path());
+    // Every group code 10 starts a point: each point's two texts come back
+    // as points too, after the point itself.
+    FUZZ_CHECK(
+        std::size_t(third.state.PointCount) == 3 * count,
+        QStringLiteral("%1 points written, %2 read back").arg(count).arg(third.state.PointCount));
+    for (std::size_t i = 0; i < count; ++i) {
+        const PointRecord& p = first.state.Points[i];
+        const PointRecord& q = third.state.Points[3 * i];
+        const QString detail = describe(p) + QStringLiteral(" / ") + describe(q);
+        // Rounded by the pattern, then to three decimals.
+        const double dxfStep = step + 0.0005;
+        if (carried(p.X))
+            FUZZ_CHECK(near(q.X, p.X, dxfStep), detail);
+        if (carried(p.Y))
+            FUZZ_CHECK(near(q.Y, p.Y, dxfStep), detail);
+        if (plan.threeD && carried(p.Z))
+            FUZZ_CHECK(near(q.Z, p.Z, dxfStep), detail);
+    }
+    return 0;
+}
