@@ -33,8 +33,8 @@ constexpr int kButtonTop = 540;
 constexpr int kSearchButtonTop = 900;
 constexpr int kButtonWidth = 1395;
 constexpr int kButtonHeight = 315;
-constexpr int kOptionTop = 600;
-constexpr int kOptionHeight = 255;
+constexpr int kOptionTop = 570;
+constexpr int kOptionHeight = 315;
 
 QString okCaption() {
     return QStringLiteral("Ok");
@@ -67,8 +67,10 @@ Form3::Form3(GestionDonnee& state, MessageBoxService& messages, QWidget* mainWin
         caption->setGeometry(twips(left), twips(kFieldTop), twips(width), twips(kFieldHeight));
         return caption;
     };
-    Label4 = label("Label4", QStringLiteral("Num : "), 0, 540);
-    Text4 = field("Text4", 540, 1215);
+    // Wide enough for the whole caption at the default font: at 540 twips
+    // its "N" was cut off.
+    Label4 = label("Label4", QStringLiteral("Num : "), 0, 690);
+    Text4 = field("Text4", 690, 1080);
     Label1 = label("Label1", QStringLiteral("X : "), 1800, 360);
     Text1 = field("Text1", 2160, 1275);
     Label2 = label("Label2", QStringLiteral("Y : "), 3480, 360);
@@ -91,11 +93,11 @@ Form3::Form3(GestionDonnee& state, MessageBoxService& messages, QWidget* mainWin
 
     Option1 = new QRadioButton(QStringLiteral("Rechercher un des éléments"), this);
     Option1->setObjectName(QStringLiteral("Option1"));
-    Option1->setGeometry(twips(540), twips(kOptionTop), twips(2895), twips(kOptionHeight));
+    Option1->setGeometry(twips(540), twips(kOptionTop), twips(3075), twips(kOptionHeight));
     Option1->setChecked(true);
     Option2 = new QRadioButton(QStringLiteral("Rechercher tous les éléments"), this);
     Option2->setObjectName(QStringLiteral("Option2"));
-    Option2->setGeometry(twips(3840), twips(kOptionTop), twips(2955), twips(kOptionHeight));
+    Option2->setGeometry(twips(3840), twips(kOptionTop), twips(3105), twips(kOptionHeight));
 
     setTabOrder(Text4, Text1);
     setTabOrder(Text1, Text2);
