@@ -97,7 +97,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     // Formatted, a value is rounded to the pattern's decimals.
     const qsizetype point = plan.nbDec.indexOf(u'.');
     const qsizetype decimals = point < 0 ? 0 : plan.nbDec.size() - point - 1;
-    const double step = plan.unformatted ? 0 : 0.5 * std::pow(10.0, -double(decimals));
+    const double patternStep = 0.5 * std::pow(10.0, -double(decimals));
+    // Unformatted, the XYZ file keeps 15 digits; the DXF writer rounds by
+    // the pattern whatever ExtCfg says.
+    const double step = plan.unformatted ? 0 : patternStep;
     Session second;
     configure(second, plan, QStringLiteral(";"));
     ReadXyzFile(second.state, xyz.path());
@@ -140,7 +143,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const PointRecord& q = third.state.Points[3 * i];
         const QString detail = describe(p) + QStringLiteral(" / ") + describe(q);
         // Rounded by the pattern, then to three decimals.
-        const double dxfStep = step + 0.0005;
+        const double dxfStep = patternStep + 0.0005;
         if (carried(p.X))
             FUZZ_CHECK(near(q.X, p.X, dxfStep), detail);
         if (carried(p.Y))
