@@ -11,6 +11,7 @@
 // memory in kilobytes.
 
 #include "app/Form1.h"
+#include "editing/CoordinateFormat.h"
 #include "platform/GuiProgress.h"
 #include "platform/NumberText.h"
 #include "platform/ScriptedDialogs.h"
@@ -140,22 +141,13 @@ int main(int argc, char** argv) {
     untilPainted(window.grid()->viewport(), painted);
     const qint64 refreshMs = clock.elapsed();
 
-    // The format dialog's rewrite: every row's coordinates set again through
-    // the display format, cell by cell, the progress told for each row.
+    // The format dialog's rewrite, as its "Ok" runs it.
     clock.restart();
     {
         platform::GuiProgress progress(
             [&window](const QString& text) { window.setCountLabel(text); });
-        const QString captionStart = QStringLiteral("Formatage en cours... ");
-        const QString ofCount =
-            QLatin1Char('/') + platform::DefaultText(state.PointCount) + QStringLiteral(" points");
-        for (int i = 0; i < static_cast<int>(state.PointCount); ++i) {
-            const PointRecord& point = state.Points[static_cast<std::size_t>(i)];
-            state.Grid.setTextMatrix(i + 1, 1, state.FormatCoordinate(point.X));
-            state.Grid.setTextMatrix(i + 1, 2, state.FormatCoordinate(point.Y));
-            state.Grid.setTextMatrix(i + 1, 3, state.FormatCoordinate(point.Z));
-            progress.setCaption(captionStart + platform::DefaultText(double(i) + 1) + ofCount);
-        }
+        RewritePointRows(state, progress);
+        progress.flush();
     }
     untilPainted(window.grid()->viewport(), painted);
     const qint64 formatMs = clock.elapsed();

@@ -176,9 +176,9 @@ constexpr std::size_t kBatchPoints = 1 << 15;
 
 } // namespace
 
-void ReadDxfFile(CommandContext& context, const QString& path) {
+void ReadDxfFile(CommandContext& context, const QString& path, qsizetype bufferBytes) {
     GestionDonnee& state = context.state;
-    FieldReader file(path);
+    FieldReader file(path, bufferBytes > 0 ? bufferBytes : FieldReader::kChunkBytes);
 
     // Reading past the end (no ENTITIES, or no POINT after it) is error 62,
     // left to the caller like every other failure here.
@@ -196,17 +196,34 @@ void ReadDxfFile(CommandContext& context, const QString& path) {
     // Fields are scanned in order, a batch of points at a time; their
     // coordinates are then worked out side by side, and the points taken
     // into the store in order, each as the scan met it.
+    // The reader's fields last only until its next read: those of a batch
+    // are kept in a byte store of its own until their points are made.
+    struct KeptField {
+        std::size_t offset = 0;
+        qsizetype length = 0;
+        bool quoted = false;
+    };
     struct Pending {
-        RawField x, y, z;
+        KeptField x, y, z;
         PointRecord point;
         std::exception_ptr error; // a coordinate that failed, X before Y before Z
     };
     std::vector<Pending> batch;
+    std::vector<char> kept;
+    const auto keep = [&kept](const RawField& raw) {
+        const KeptField field{kept.size(), raw.length, raw.quoted};
+        kept.insert(kept.end(), raw.text, raw.text + raw.length);
+        return field;
+    };
+    const auto rawOf = [&kept](const KeptField& field) {
+        return RawField{kept.data() + field.offset, field.length, field.quoted};
+    };
     TextArena names;
     const NumberFormat format = NumberFormat::current();
     bool firstBatch = true;
     for (;;) {
         batch.clear();
+        kept.clear();
         std::exception_ptr endError;
         try {
             while (batch.size() < kBatchPoints && !file.atEnd()) {
@@ -216,11 +233,11 @@ void ReadDxfFile(CommandContext& context, const QString& path) {
                 // test: a file ending inside them fails with error 62, the
                 // points read so far staying in the store.
                 Pending& pending = batch.emplace_back();
-                pending.x = file.readRawField();
+                pending.x = keep(file.readRawField());
                 file.readRawField(); // normally the code 20
-                pending.y = file.readRawField();
+                pending.y = keep(file.readRawField());
                 file.readRawField(); // normally the code 30
-                pending.z = file.readRawField();
+                pending.z = keep(file.readRawField());
             }
         } catch (const RuntimeError&) {
             batch.pop_back(); // the point cut short
@@ -233,9 +250,9 @@ void ReadDxfFile(CommandContext& context, const QString& path) {
             for (std::size_t i = begin; i < end; ++i) {
                 Pending& pending = batch[i];
                 try {
-                    pending.point.X = coordinateOf(pending.x);
-                    pending.point.Y = coordinateOf(pending.y);
-                    pending.point.Z = coordinateOf(pending.z);
+                    pending.point.X = coordinateOf(rawOf(pending.x));
+                    pending.point.Y = coordinateOf(rawOf(pending.y));
+                    pending.point.Z = coordinateOf(rawOf(pending.z));
                 } catch (const RuntimeError&) {
                     pending.error = std::current_exception();
                 }

@@ -601,6 +601,42 @@ void PointGridModel::adoptPointRows(std::vector<RowStore> parts) {
     endResetModel();
 }
 
+void PointGridModel::replaceRows(int first, std::vector<RowStore> parts) {
+    first = std::max(first, 0);
+    const int total = rows();
+    if (first >= total)
+        return;
+    RowStore rebuilt;
+    rebuilt.refs_.reserve(std::size_t(total));
+    const auto copyRow = [this, &rebuilt](int row) {
+        const RowStore::Ref ref = rows_.refs_[std::size_t(row)];
+        if (ref.block == RowStore::kNoBlock) {
+            rebuilt.refs_.push_back(ref);
+            return;
+        }
+        const RowView view = viewOf(rows_.blocks_[ref.block].bytes.get() + ref.offset);
+        rebuilt.refs_.push_back(rebuilt.store(view.start, view.total));
+    };
+    for (int row = 0; row < first; ++row)
+        copyRow(row);
+    for (RowStore& part : parts)
+        rebuilt.append(std::move(part));
+    if (rebuilt.refs_.size() > std::size_t(total))
+        rebuilt.refs_.resize(std::size_t(total)); // their bytes are never read
+    const int last = int(rebuilt.refs_.size()) - 1;
+    for (int row = last + 1; row < total; ++row)
+        copyRow(row);
+    rows_ = std::move(rebuilt);
+    wasted_ = 0;
+    if (last < first)
+        return;
+    if (first < fixedRows_)
+        emit headerDataChanged(Qt::Horizontal, 0, cols_ - 1);
+    const int from = std::max(first, fixedRows_) - fixedRows_;
+    if (last - fixedRows_ >= from && cols_ > 0)
+        emit dataChanged(index(from, 0), index(last - fixedRows_, cols_ - 1), {Qt::DisplayRole});
+}
+
 int PointGridModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : rows() - fixedRows_;
 }

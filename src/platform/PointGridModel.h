@@ -100,6 +100,12 @@ public:
     // the grid's columns are never read).
     void adoptPointRows(std::vector<RowStore> parts);
 
+    // Replaces the rows from first on by the rows of the parts, in order, each
+    // row whole; rows the parts have past the end of the grid are dropped.
+    // The rows keep their places (the view keeps its current row and
+    // scrolling): one change of data, not a reset.
+    void replaceRows(int first, std::vector<RowStore> parts);
+
     // Appends the texts of the cells 0 to count - 1 of a row in UTF-8 to out,
     // separator between them, without a QString for each.
     void appendRowUtf8(int row, int count, char separator, std::string& out) const;

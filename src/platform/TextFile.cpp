@@ -455,20 +455,110 @@ QString Field::text() const {
     return std::get<QString>(value_);
 }
 
-FieldReader::FieldReader(const QString& fileName) : data_(readWholeFile(fileName)) {}
+struct FieldReader::Impl {
+    QFile file;
+    std::vector<char> buffer;
+};
 
-RawField FieldReader::readQuotedField(qsizetype i) {
-    const char* d = data_.constData();
-    const qsizetype n = data_.size();
-    const qsizetype start = ++i;
-    const void* quote = std::memchr(d + start, '"', static_cast<size_t>(n - start));
-    const qsizetype end = quote ? static_cast<const char*>(quote) - d : n;
-    i = quote ? end + 1 : n;
-    // Whatever follows the closing quote up to the delimiter is dropped.
-    while (i < n && !isFieldDelimiter(d[i]))
-        ++i;
-    pos_ = consumeDelimiter(i);
-    return RawField{d + start, end - start, true};
+FieldReader::FieldReader(const QString& fileName, qsizetype chunkBytes) : impl_(new Impl) {
+    try {
+        openFile(impl_->file, fileName, false);
+    } catch (...) {
+        delete impl_;
+        throw;
+    }
+    size_ = impl_->file.size();
+    // A small file is read in one go, into a buffer of its own size.
+    const qint64 room = std::max<qint64>(std::min<qint64>(chunkBytes, size_ + 1), 1);
+    impl_->buffer.resize(std::size_t(room));
+    data_ = impl_->buffer.data();
+}
+
+FieldReader::~FieldReader() {
+    delete impl_;
+}
+
+bool FieldReader::available(qsizetype ahead) {
+    while (pos_ + ahead >= end_) {
+        if (eof_)
+            return false;
+        refill();
+    }
+    return true;
+}
+
+void FieldReader::refill() {
+    std::vector<char>& buffer = impl_->buffer;
+    // What is not done with yet moves to the front; a field longer than half
+    // the buffer makes it grow.
+    const qsizetype kept = end_ - pos_;
+    if (kept > qsizetype(buffer.size()) / 2)
+        buffer.resize(buffer.size() * 2);
+    data_ = buffer.data();
+    if (kept > 0 && pos_ > 0)
+        std::memmove(data_, data_ + pos_, std::size_t(kept));
+    consumed_ += pos_;
+    pos_ = 0;
+    end_ = kept;
+    const std::size_t room = buffer.size() - std::size_t(end_);
+    for (;;) {
+        const ssize_t got = ::read(impl_->file.handle(), data_ + end_, room);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            throw RuntimeError(RuntimeError::DeviceIo);
+        end_ += got;
+        eof_ = got == 0;
+        return;
+    }
+}
+
+RawField FieldReader::readFieldSlowly() {
+    // Offsets from pos_, which a refill moves to the front together with the
+    // bytes after it: they stay right across refills.
+    const auto at = [this](qsizetype k) { return data_[pos_ + k]; };
+    qsizetype k = 0;
+    while (available(k) && (at(k) == ' ' || at(k) == '\t'))
+        ++k;
+    qsizetype start = k, end = k;
+    const bool quoted = available(k) && at(k) == '"';
+    if (quoted) {
+        start = ++k;
+        // Up to the closing quote, or the end of the file when there is none.
+        for (;;) {
+            if (!available(k)) {
+                end = k;
+                break;
+            }
+            const qsizetype left = end_ - pos_ - k;
+            const void* quote = std::memchr(data_ + pos_ + k, '"', std::size_t(left));
+            if (quote) {
+                end = static_cast<const char*>(quote) - (data_ + pos_);
+                k = end + 1;
+                break;
+            }
+            k += left;
+        }
+        // Whatever follows the closing quote up to the delimiter is dropped.
+        while (available(k) && !isFieldDelimiter(at(k)))
+            ++k;
+    } else {
+        while (available(k) && !isFieldDelimiter(at(k)))
+            ++k;
+        end = k;
+        while (end > start && at(end - 1) == ' ')
+            --end;
+    }
+    // Past the delimiter: a comma, or one line end (CR LF counts as one). A
+    // comma leaves the line end after it for the next (empty) field.
+    if (available(k)) {
+        const char c = at(k++);
+        if (c == '\r' && available(k) && at(k) == '\n')
+            ++k;
+    }
+    const RawField field{data_ + pos_ + start, end - start, quoted};
+    pos_ += k;
+    return field;
 }
 
 Field FieldReader::fieldOf(const RawField& raw) {

@@ -123,61 +123,77 @@ struct RawField {
 };
 
 // Comma-delimited fields; here a line also ends at a lone LF. Error 62 when a
-// field is read at the end of the file.
+// field is read at the end of the file. The file is read as a stream through
+// a buffer of about chunkBytes, which grows only for a field longer than that
+// (a quote left open takes the rest of the file).
 class FieldReader {
 public:
-    explicit FieldReader(const QString& fileName);
+    static constexpr qsizetype kChunkBytes = qsizetype(4) << 20;
 
-    bool atEnd() const { return pos_ >= data_.size(); }
+    explicit FieldReader(const QString& fileName, qsizetype chunkBytes = kChunkBytes);
+    ~FieldReader();
+    FieldReader(const FieldReader&) = delete;
+    FieldReader& operator=(const FieldReader&) = delete;
+
+    bool atEnd() { return pos_ >= end_ && !available(0); }
     Field readField() { return fieldOf(readRawField()); }
-    // The next field where it stands (valid as long as the reader); error 62
-    // at the end, as readField. Inline: large files have tens of millions.
+    // The next field where it stands in the buffer: valid until the next
+    // read. Error 62 at the end, as readField. The usual field, whole in the
+    // buffer, is read inline: large files have tens of millions.
     RawField readRawField() {
         if (atEnd())
             throw RuntimeError(RuntimeError::InputPastEnd);
-        const char* d = data_.constData();
-        const qsizetype n = data_.size();
+        const char* d = data_;
+        const qsizetype n = end_;
         qsizetype i = pos_;
         while (i < n && (d[i] == ' ' || d[i] == '\t'))
             ++i;
         if (i < n && d[i] == '"')
-            return readQuotedField(i);
+            return readFieldSlowly();
         const qsizetype start = i;
         while (i < n && !isFieldDelimiter(d[i]))
             ++i;
+        // The delimiter and the byte after a CR must be at hand.
+        if (!eof_ && i + 1 >= n)
+            return readFieldSlowly();
         qsizetype end = i;
         while (end > start && d[end - 1] == ' ')
             --end;
-        pos_ = consumeDelimiter(i);
-        return RawField{d + start, end - start, false};
-    }
-    static Field fieldOf(const RawField& raw);
-
-    qsizetype size() const { return data_.size(); }
-    qsizetype position() const { return pos_; }
-
-private:
-    static bool isFieldDelimiter(char c) { return (c == ',') | (c == '\r') | (c == '\n'); }
-    // Past the delimiter at i: a comma, or one line end (CR LF counts as
-    // one). A comma leaves the line end after it for the next (empty) field.
-    qsizetype consumeDelimiter(qsizetype i) const {
-        const char* d = data_.constData();
-        const qsizetype n = data_.size();
         if (i < n) {
             if (d[i] == ',' || d[i] == '\n') {
                 ++i;
-            } else if (d[i] == '\r') {
+            } else {
                 ++i;
                 if (i < n && d[i] == '\n')
                     ++i;
             }
         }
-        return i;
+        pos_ = i;
+        return RawField{d + start, end - start, false};
     }
-    RawField readQuotedField(qsizetype quote);
+    static Field fieldOf(const RawField& raw);
 
-    QByteArray data_;
+    // The file's size when it was opened, and how far it has been read.
+    qint64 size() const { return size_; }
+    qint64 position() const { return consumed_ + pos_; }
+
+private:
+    static bool isFieldDelimiter(char c) { return (c == ',') | (c == '\r') | (c == '\n'); }
+    // True when the byte at pos_ + ahead is in the buffer, reading on as
+    // needed; false at the end of the file.
+    bool available(qsizetype ahead);
+    void refill();
+    // Any field, with the buffer refilled as often as it takes.
+    RawField readFieldSlowly();
+
+    struct Impl;
+    Impl* impl_;
+    char* data_ = nullptr; // the buffer; the bytes before pos_ are done with
     qsizetype pos_ = 0;
+    qsizetype end_ = 0;
+    qint64 consumed_ = 0; // bytes of the file before the buffer
+    qint64 size_ = 0;
+    bool eof_ = false;
 };
 
 } // namespace platform

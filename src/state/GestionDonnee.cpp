@@ -83,6 +83,18 @@ void GestionDonnee::RefreshPointList(platform::Progress& progress) {
 void GestionDonnee::AppendPointRows(std::size_t begin, std::size_t end,
                                     platform::PointGridModel::RowStore& rows,
                                     platform::Progress& progress) const {
+    appendRows(begin, end, rows, progress, true);
+}
+
+void GestionDonnee::AppendRewrittenRows(std::size_t begin, std::size_t end,
+                                        platform::PointGridModel::RowStore& rows,
+                                        platform::Progress& progress) const {
+    appendRows(begin, end, rows, progress, false);
+}
+
+void GestionDonnee::appendRows(std::size_t begin, std::size_t end,
+                               platform::PointGridModel::RowStore& rows,
+                               platform::Progress& progress, bool cutAtTabs) const {
     const platform::NumberFormat format = platform::NumberFormat::current();
     const platform::NumberPattern pattern(CoordinatePattern(), format);
     const int cols = Grid.cols();
@@ -92,8 +104,9 @@ void GestionDonnee::AppendPointRows(std::size_t begin, std::size_t end,
     auto plain = [](QChar c) { return c != u' ' && c != u'\t'; };
     const bool quickRows = cols >= 4 && plain(format.decimal) && plain(format.group);
 
-    // Each row is its tab-separated text cut at the tabs, as the list has
-    // always been filled: a tab inside an identifier moves the cells along.
+    // A rebuilt row is its tab-separated text cut at the tabs, as the list
+    // has always been filled: a tab inside an identifier moves the cells
+    // along. A rewritten row is its four cells as they stand.
     rows.reserveBytes((end - begin) * 48); // about what a row of survey values takes
     platform::TextBuffer text;
     auto appendCoordinate = [&](double value) {
@@ -115,13 +128,23 @@ void GestionDonnee::AppendPointRows(std::size_t begin, std::size_t end,
     for (std::size_t i = begin; i < end; ++i) {
         progress.tick();
         const PointRecord& point = Points[i];
-        if (quickRows && !point.Matricule.contains(u'\t') &&
+        if (quickRows && (!cutAtTabs || !point.Matricule.contains(u'\t')) &&
             (lengths[0] = pattern.writeUtf8(point.X, cells[0])) >= 0 &&
             (lengths[1] = pattern.writeUtf8(point.Y, cells[1])) >= 0 &&
             (lengths[2] = pattern.writeUtf8(point.Z, cells[2])) >= 0) {
             rows.appendCell(point.Matricule);
             for (int c = 0; c < 3; ++c)
                 rows.appendCellUtf8(cells[c], lengths[c]);
+            rows.endRow();
+            continue;
+        }
+        if (!cutAtTabs) {
+            rows.appendCell(point.Matricule);
+            for (const double value : {point.X, point.Y, point.Z}) {
+                text.clear();
+                appendCoordinate(value);
+                rows.appendCell(QStringView(text.constData(), text.size()));
+            }
             rows.endRow();
             continue;
         }

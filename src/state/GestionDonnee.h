@@ -94,6 +94,13 @@ public:
     void AppendPointRows(std::size_t begin, std::size_t end,
                          platform::PointGridModel::RowStore& rows,
                          platform::Progress& progress) const;
+    // The rows the coordinate format's rewrite gives the points of [begin,
+    // end): the identifier as it stands (a tab stays inside the first cell,
+    // as a cell set on its own keeps it), then the three coordinates. Safe
+    // to run side by side, as AppendPointRows.
+    void AppendRewrittenRows(std::size_t begin, std::size_t end,
+                             platform::PointGridModel::RowStore& rows,
+                             platform::Progress& progress) const;
     // Text of one coordinate for display, under NbDec (and grouping when
     // SepSys is 1).
     QString FormatCoordinate(double value) const;
@@ -101,4 +108,8 @@ public:
     QString CoordinatePattern() const;
     // The text of the point count label.
     static QString PointCountLabel(double count);
+
+private:
+    void appendRows(std::size_t begin, std::size_t end, platform::PointGridModel::RowStore& rows,
+                    platform::Progress& progress, bool cutAtTabs) const;
 };

@@ -4,6 +4,8 @@
 #include "editing/CoordinateFormat.h"
 #include "editing/FormatDonnee.h"
 
+#include <QSignalSpy>
+
 using namespace testing;
 using namespace platform;
 
@@ -71,6 +73,8 @@ private slots:
     void okRewritesTheList_data();
     void okRewritesTheList();
     void rowsFollowTheStoreIndex();
+    void rewriteAgreesCellByCell_data();
+    void rewriteAgreesCellByCell();
 };
 
 void TestFormatDonnee::okRewritesTheList_data() {
@@ -168,6 +172,67 @@ void TestFormatDonnee::rowsFollowTheStoreIndex() {
     RewritePointRows(f.state, progress);
     QCOMPARE(progress.history.size(), 4);
     QCOMPARE(progress.last, QStringLiteral("Formatage en cours... 4/4 points"));
+}
+
+struct Rewrite {
+    bool french;
+    const char* pattern;
+    int16_t flag;
+    int points;  // the list is rewritten side by side in chunks of 65,536 rows
+    int removed; // rows removed from the list before, spread over it
+};
+Q_DECLARE_METATYPE(Rewrite)
+
+void TestFormatDonnee::rewriteAgreesCellByCell_data() {
+    Rows<Rewrite> row;
+    row("fr, grouped, rows removed", {true, "0.00", 1, 150000, 40});
+    row("en, pattern of a settings file", {false, " 0.0# m", 0, 70000, 0});
+    row("fr, no decimals, more rows removed than chunks", {true, "0", 0, 3000, 2999});
+    row("one point", {true, "0.000", 0, 1, 0});
+}
+
+// The rewrite against its definition: the four cells of grid row i + 1 set
+// one by one from store entry i, a caption for every entry.
+void TestFormatDonnee::rewriteAgreesCellByCell() {
+    QFETCH(Rewrite, c);
+    RegionalFormatScope scope(c.french ? frenchFormat() : englishFormat());
+    std::vector<PointRecord> points;
+    for (int i = 0; i < c.points; ++i) {
+        const double v = (i % 7 - 3) * 123456.789123 + i * 0.0105;
+        // Now and then a tab inside the identifier: a cell set on its own keeps it.
+        points.push_back({v, -v / 3, v * 1e-3, i % 1000 == 7 ? "T\tab" : QString::number(i)});
+    }
+    Fixture rewritten(points), byCell(points);
+    for (Fixture* f : {&rewritten, &byCell}) {
+        f->state.Settings.NbDec = QString::fromUtf8(c.pattern);
+        f->state.Settings.SepSys = c.flag;
+        for (int r = 0; r < c.removed; ++r)
+            f->state.Grid.removeItem(1 + int(std::int64_t(r) * (c.points - c.removed) / c.removed));
+        f->state.Grid.setRow(std::min(2, f->state.Grid.rows() - 1));
+    }
+    QSignalSpy resets(&rewritten.state.Grid, &QAbstractItemModel::modelReset);
+    RecordingProgress progress;
+    RewritePointRows(rewritten.state, progress);
+
+    GestionDonnee& s = byCell.state;
+    QString last;
+    for (int i = 0; i < c.points; ++i) {
+        const PointRecord& p = s.Points[std::size_t(i)];
+        s.Grid.setTextMatrix(i + 1, 0, p.Matricule);
+        s.Grid.setTextMatrix(i + 1, 1, s.FormatCoordinate(p.X));
+        s.Grid.setTextMatrix(i + 1, 2, s.FormatCoordinate(p.Y));
+        s.Grid.setTextMatrix(i + 1, 3, s.FormatCoordinate(p.Z));
+        last = QStringLiteral("Formatage en cours... %1/%2 points").arg(i + 1).arg(c.points);
+    }
+    QCOMPARE(rewritten.state.Grid.rows(), s.Grid.rows());
+    for (int r = 0; r < s.Grid.rows(); ++r)
+        QCOMPARE(gridRow(rewritten.state, r), gridRow(byCell.state, r));
+    QVERIFY(rewritten.state.DataModified);
+    QCOMPARE(progress.last, last);
+    QVERIFY(progress.captions <= c.points + 1);
+    // Rows keep their places: the view keeps its current row.
+    QCOMPARE(resets.count(), 0);
+    QCOMPARE(rewritten.state.Grid.row(), byCell.state.Grid.row());
 }
 
 TOVALIN_TEST(TestFormatDonnee)

@@ -333,6 +333,12 @@ void TestLargeFiles::dxfFileAgreesWithFieldByField() {
         const int wholeError = errorOf([&] { ReadDxfFile(f.context, path); });
         QCOMPARE(wholeError, errorOf([&] { readDxfByTheRules(byField, path); }));
         QCOMPARE(describe(f.state), describe(byField));
+        // The same through a small buffer, which the fields of a batch
+        // outlive many times over.
+        CommandFixture small;
+        small.state.Settings.Num_Pt_Dxf = numbering;
+        QCOMPARE(errorOf([&] { ReadDxfFile(small.context, path, 4096); }), wholeError);
+        QCOMPARE(describe(small.state), describe(byField));
     }
 }
 
