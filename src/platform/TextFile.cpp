@@ -285,10 +285,11 @@ struct BlockReader::Impl {
     bool readMore(std::vector<char>& buffer, qsizetype& used, qsizetype count) {
         // Room for what the file held when it was opened, not for a whole
         // block: a small file costs no more than its size (a block is
-        // megabytes, which every read would fill with zeros). A file that
-        // grew meanwhile is read on a step at a time.
+        // megabytes, which every read would fill with zeros). The step past
+        // it leaves room for the read that finds the end, or for what a
+        // growing file added, without moving the buffer.
         constexpr qsizetype kStep = 4096;
-        count = std::min(count, std::max<qsizetype>(qsizetype(sizeHint - consumed), kStep));
+        count = std::min(count, std::max<qsizetype>(qsizetype(sizeHint - consumed), 0) + kStep);
         if (qsizetype(buffer.size()) < used + count)
             buffer.resize(std::size_t(used + count));
         for (;;) {
