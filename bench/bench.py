@@ -90,6 +90,93 @@ def peer_call(imports, call):
     return float(output.split()[-1]), time.perf_counter() - start
 
 
+CUPSD_CONF = """Listen {socket}
+LogLevel warn
+Browsing No
+WebInterface No
+DefaultAuthType None
+<Location />
+  Order allow,deny
+  Allow all
+</Location>
+<Location /admin>
+  Order allow,deny
+  Allow all
+</Location>
+<Policy default>
+  <Limit All>
+    Order deny,allow
+  </Limit>
+</Policy>
+"""
+CUPS_FILES_CONF = """ServerRoot {root}
+RequestRoot {root}/spool
+TempDir {root}/tmp
+CacheDir {root}/cache
+StateDir {root}/state
+ErrorLog {root}/log/error_log
+AccessLog {root}/log/access_log
+PageLog {root}/log/page_log
+FileDevice Yes
+Sandboxing Relaxed
+SystemGroup root
+"""
+PDF_QUEUE = "Tovalin_PDF"
+
+
+def start_cups():
+    """A CUPS scheduler of the benchmark's own, on a socket in a temporary
+    folder, with a PDF queue (CUPS-PDF's driver, writing to a file there) whose
+    jobs are held when taken, so that no filter runs while a figure is timed.
+    Returns (process, folder, environment additions), or a reason it cannot."""
+    cupsd = shutil.which("cupsd") or ("/usr/sbin/cupsd" if os.path.exists("/usr/sbin/cupsd") else None)
+    if cupsd is None or shutil.which("lpadmin") is None:
+        return "cupsd or lpadmin missing (scripts/deps.sh installs them)"
+    if os.geteuid() != 0:
+        return "cupsd needs root"
+    root = tempfile.mkdtemp(prefix="tovalin-bench-cups-")
+    os.chmod(root, 0o755)
+    for sub in ("spool", "cache", "state", "log", "tmp", "out"):
+        os.makedirs(os.path.join(root, sub))
+    os.chmod(os.path.join(root, "tmp"), 0o1777)
+    socket = os.path.join(root, "cups.sock")
+    with open(os.path.join(root, "cupsd.conf"), "w") as out:
+        out.write(CUPSD_CONF.format(socket=socket))
+    with open(os.path.join(root, "cups-files.conf"), "w") as out:
+        out.write(CUPS_FILES_CONF.format(root=root))
+    process = subprocess.Popen([cupsd, "-f", "-c", os.path.join(root, "cupsd.conf"),
+                                "-s", os.path.join(root, "cups-files.conf")],
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    env = dict(os.environ, CUPS_SERVER=socket)
+    for _ in range(200):
+        if process.poll() is not None:
+            break
+        answer = subprocess.run(["lpstat", "-r"], env=env, capture_output=True, text=True)
+        if "is running" in answer.stdout:
+            added = subprocess.run(
+                ["lpadmin", "-p", PDF_QUEUE, "-E", "-v", "file://%s/out/listing.pdf" % root,
+                 "-m", "lsb/usr/cups-pdf/CUPS-PDF_opt.ppd",
+                 "-o", "job-hold-until-default=indefinite"], env=env, capture_output=True)
+            if added.returncode != 0:
+                break
+            return process, root, {"CUPS_SERVER": socket}
+        time.sleep(0.1)
+    stop_cups(process, root)
+    return "cupsd did not start"
+
+
+def stop_cups(process, root):
+    """Stops the scheduler by its process id and removes its folder."""
+    if process.poll() is None:
+        os.kill(process.pid, 15)
+        try:
+            process.wait(timeout=10)
+        except subprocess.TimeoutExpired:
+            os.kill(process.pid, 9)
+            process.wait()
+    shutil.rmtree(root, ignore_errors=True)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--bin", required=True, help="folder of tovalin-cli and tovalin-gui-bench")
@@ -97,6 +184,8 @@ def main():
     parser.add_argument("--sizes", default="10000,100000,1000000")
     parser.add_argument("--no-peers", action="store_true")
     parser.add_argument("--label", default="")
+    parser.add_argument("--print-only", action="store_true",
+                        help="only the printing figure (it needs a scheduler of its own)")
     args = parser.parse_args()
     sizes = [int(s) for s in args.sizes.split(",")]
     cli = os.path.join(args.bin, "tovalin-cli")
@@ -106,7 +195,10 @@ def main():
     env = dict(os.environ, XDG_CONFIG_HOME=settings_home, LC_ALL="C.UTF-8",
                QT_QPA_PLATFORM="offscreen")
     make_data(sizes, cli, env)
-    scratch = tempfile.mkdtemp(prefix="tovalin-bench-out-")
+    # Outputs go to memory where there is a tmpfs: a 10,000,000-point DXF is
+    # 2.7 GB, and writing it back to disk would time the disk, not us.
+    shm = "/dev/shm" if os.path.isdir("/dev/shm") and os.access("/dev/shm", os.W_OK) else None
+    scratch = tempfile.mkdtemp(prefix="tovalin-bench-out-", dir=shm)
     rows = []  # figure, size, ours (s), ours peak (MB), peer name, peer (s)
 
     def xyz(count):
@@ -115,79 +207,109 @@ def main():
     def dxf(count):
         return os.path.join(DATA, "points-%d.dxf" % count)
 
-    for count in sizes:
-        measures = [lambda: run([cli, "list", xyz(count)], env)]
-        if not args.no_peers:
-            measures += [
-                lambda: peer_call("import numpy",
-                                  "numpy.loadtxt(%r, usecols=(1, 2, 3), delimiter=',')" % xyz(count)),
-                lambda: peer_call("import pandas", "pandas.read_csv(%r, header=None)" % xyz(count)),
-            ]
-        medians = medians_of(args.runs, measures)
-        seconds, peak = medians[0]
-        peers = []
-        if not args.no_peers:
-            (numpy, numpy_process), (pandas, pandas_process) = medians[1:]
-            peers = [("numpy.loadtxt", numpy), ("  its process", numpy_process),
-                     ("pandas.read_csv", pandas), ("  its process", pandas_process)]
-        rows.append(("list XYZ", count, seconds, peak / 1024, peers))
-
-    for count in sizes:
-        target = os.path.join(scratch, "out-%d.dxf" % count)
-        measures = [lambda: run(
-            [cli, "convert", "--set", "Fich_Dim=3D", xyz(count), "-o", target], env)]
-        with_ogr = not args.no_peers and shutil.which("ogr2ogr")
-        if with_ogr:
-            csv = os.path.join(DATA, "points-%d.csv" % count)
-            peer_target = os.path.join(scratch, "ogr-%d.dxf" % count)
-
-            def ogr():
-                if os.path.exists(peer_target):
-                    os.remove(peer_target)
-                return run(["ogr2ogr", "-f", "DXF", peer_target, csv,
-                            "-oo", "X_POSSIBLE_NAMES=X", "-oo", "Y_POSSIBLE_NAMES=Y",
-                            "-oo", "Z_POSSIBLE_NAMES=Z"], env)
-            measures.append(ogr)
-        medians = medians_of(args.runs, measures)
-        seconds, peak = medians[0]
-        peers = [("ogr2ogr", medians[1][0])] if with_ogr else []
-        rows.append(("convert XYZ->DXF", count, seconds, peak / 1024, peers))
-
-    for count in sizes:
-        seconds, peak = median_of(args.runs, lambda: run([cli, "list", dxf(count)], env))
-        rows.append(("list DXF", count, seconds, peak / 1024, []))
-
-    # The XYZ writer at its limit: every line is written, then the 16-bit
-    # loop's last step overflows and the run ends with that error (status 1).
-    limit_target = os.path.join(scratch, "limit.xyz")
-
-    def writer():
-        result = run([cli, "convert", "--to", "xyz", xyz(WRITER_LIMIT), "-o", limit_target],
-                     env, check=False)
-        with open(limit_target, "rb") as written:
-            lines = written.read().count(b"\r\n")
-        if lines != WRITER_LIMIT or result[2] != 1:
-            sys.exit("XYZ writer at its limit: %d lines, status %d" % (lines, result[2]))
-        return result
-    seconds, peak = median_of(args.runs, writer)
-    rows.append(("XYZ writer", WRITER_LIMIT, seconds, peak / 1024, []))
-
     gui_rows = {}
-    if os.path.exists(gui):
+    if not args.print_only:
         for count in sizes:
-            samples = []
-            for _ in range(args.runs):
-                output = subprocess.run([gui, xyz(count), args.bin], env=env, check=True,
-                                        capture_output=True, text=True).stdout
-                samples.append(dict((k, float(v)) for k, v in
-                                    (line.split("\t") for line in output.splitlines())))
-            figures = {key: statistics.median(s[key] for s in samples) for key in samples[0]}
-            figures["worst_gap_ms"] = max(s["open_gap_ms"] for s in samples)
-            gui_rows[count] = figures
-            rows.append(("program: open until shown", count, figures["shown_ms"] / 1000,
-                         figures["peak_kb"] / 1024, []))
-            rows.append(("program: list rebuilt", count, figures["refresh_ms"] / 1000, None, []))
-            rows.append(("program: format rewrite", count, figures["format_ms"] / 1000, None, []))
+            measures = [lambda: run([cli, "list", xyz(count)], env)]
+            if not args.no_peers:
+                measures += [
+                    lambda: peer_call("import numpy",
+                                      "numpy.loadtxt(%r, usecols=(1, 2, 3), delimiter=',')" % xyz(count)),
+                    lambda: peer_call("import pandas", "pandas.read_csv(%r, header=None)" % xyz(count)),
+                ]
+            medians = medians_of(args.runs, measures)
+            seconds, peak = medians[0]
+            peers = []
+            if not args.no_peers:
+                (numpy, numpy_process), (pandas, pandas_process) = medians[1:]
+                peers = [("numpy.loadtxt", numpy), ("  its process", numpy_process),
+                         ("pandas.read_csv", pandas), ("  its process", pandas_process)]
+            rows.append(("list XYZ", count, seconds, peak / 1024, peers))
+
+        for count in sizes:
+            target = os.path.join(scratch, "out-%d.dxf" % count)
+            measures = [lambda: run(
+                [cli, "convert", "--set", "Fich_Dim=3D", xyz(count), "-o", target], env)]
+            with_ogr = not args.no_peers and shutil.which("ogr2ogr")
+            if with_ogr:
+                csv = os.path.join(DATA, "points-%d.csv" % count)
+                peer_target = os.path.join(scratch, "ogr-%d.dxf" % count)
+
+                def ogr():
+                    if os.path.exists(peer_target):
+                        os.remove(peer_target)
+                    return run(["ogr2ogr", "-f", "DXF", peer_target, csv,
+                                "-oo", "X_POSSIBLE_NAMES=X", "-oo", "Y_POSSIBLE_NAMES=Y",
+                                "-oo", "Z_POSSIBLE_NAMES=Z"], env)
+                measures.append(ogr)
+            medians = medians_of(args.runs, measures)
+            seconds, peak = medians[0]
+            peers = [("ogr2ogr", medians[1][0])] if with_ogr else []
+            rows.append(("convert XYZ->DXF", count, seconds, peak / 1024, peers))
+
+        for count in sizes:
+            seconds, peak = median_of(args.runs, lambda: run([cli, "list", dxf(count)], env))
+            rows.append(("list DXF", count, seconds, peak / 1024, []))
+
+        # The XYZ writer at its limit: every line is written, then the 16-bit
+        # loop's last step overflows and the run ends with that error (status
+        # 1); the converter then leaves no output behind.
+        limit_target = os.path.join(scratch, "limit.xyz")
+
+        def writer():
+            result = run([cli, "convert", "--to", "xyz", xyz(WRITER_LIMIT), "-o", limit_target],
+                         env, check=False)
+            if result[2] != 1 or os.path.exists(limit_target):
+                sys.exit("XYZ writer at its limit: status %d, output %s" %
+                         (result[2], "left" if os.path.exists(limit_target) else "absent"))
+            return result
+        seconds, peak = median_of(args.runs, writer)
+        rows.append(("XYZ writer", WRITER_LIMIT, seconds, peak / 1024, []))
+
+        if os.path.exists(gui):
+            for count in sizes:
+                samples = []
+                for _ in range(args.runs):
+                    output = subprocess.run([gui, xyz(count), args.bin], env=env, check=True,
+                                            capture_output=True, text=True).stdout
+                    samples.append(dict((k, float(v)) for k, v in
+                                        (line.split("\t") for line in output.splitlines())))
+                figures = {key: statistics.median(s[key] for s in samples) for key in samples[0]}
+                figures["worst_gap_ms"] = max(s["open_gap_ms"] for s in samples)
+                gui_rows[count] = figures
+                rows.append(("program: open until shown", count, figures["shown_ms"] / 1000,
+                             figures["peak_kb"] / 1024, []))
+                rows.append(("program: list rebuilt", count, figures["refresh_ms"] / 1000, None, []))
+                rows.append(("program: format rewrite", count, figures["format_ms"] / 1000, None, []))
+
+    # Printing the list to the PDF queue of a private scheduler, ours and the
+    # plain QPainter loop in the same run.
+    printer = os.path.join(args.bin, "tovalin-print-bench")
+    print_rows = {}
+    if os.path.exists(printer):
+        cups = start_cups()
+        if isinstance(cups, str):
+            print("printing figures left out: %s" % cups, file=sys.stderr)
+        else:
+            process, root, added = cups
+            try:
+                for count in [c for c in sizes if c <= 100000]:
+                    samples = []
+                    for _ in range(args.runs):
+                        output = subprocess.run([printer, xyz(count), args.bin, PDF_QUEUE],
+                                                env=dict(env, **added), check=True,
+                                                capture_output=True, text=True).stdout
+                        samples.append(dict((k, float(v)) for k, v in
+                                            (line.split("\t") for line in output.splitlines())))
+                        subprocess.run(["cancel", "-a", PDF_QUEUE], env=dict(env, **added))
+                    figures = {key: statistics.median(s[key] for s in samples) for key in samples[0]}
+                    figures["worst_gap_ms"] = max(s["print_gap_ms"] for s in samples)
+                    print_rows[count] = figures
+                    rows.append(("program: print listing", count, figures["print_ms"] / 1000,
+                                 figures["peak_kb"] / 1024,
+                                 [("QPainter loop", figures["plain_ms"] / 1000)]))
+            finally:
+                stop_cups(process, root)
 
     shutil.rmtree(scratch, ignore_errors=True)
     shutil.rmtree(settings_home, ignore_errors=True)
@@ -215,6 +337,13 @@ def main():
             print("  %9d points: %4.0f ms during the read, %4.0f ms until the list is shown" %
                   (count, figures["read_gap_ms"], figures["worst_gap_ms"]))
 
+    if print_rows:
+        print()
+        print("printing, longest stretch without processing events (worst of the runs):")
+        for count, figures in print_rows.items():
+            print("  %9d points: %4.0f ms from \"Imprimer\" until handed to CUPS" %
+                  (count, figures["worst_gap_ms"]))
+
     # Cost per point at the largest size against the size before it.
     print()
     print("cost per point, largest size against the one before it (linear: within 30 %):")
@@ -232,7 +361,7 @@ def main():
     os.makedirs(RESULTS, exist_ok=True)
     name = "results%s.json" % ("-" + args.label if args.label else "")
     with open(os.path.join(RESULTS, name), "w") as out:
-        json.dump({"rows": rows, "program": gui_rows}, out, indent=1)
+        json.dump({"rows": rows, "program": gui_rows, "printing": print_rows}, out, indent=1)
 
 
 if __name__ == "__main__":

@@ -18,7 +18,7 @@ else
     if [ ! -f "$build/CMakeCache.txt" ]; then
         cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DTOVALIN_BENCH=ON
     fi
-    cmake --build "$build" -j "$(nproc)" --target tovalin-cli tovalin-gui-bench
+    cmake --build "$build" -j "$(nproc)" --target tovalin-cli tovalin-gui-bench tovalin-print-bench
 fi
 
 # The peers, from Debian's packages.

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Pictures of the real windows for the help pages, taken from the built
 # program under a virtual X display: the main window with the sample points
-# and the about box. Needs xvfb, xdotool and imagemagick.
+# and the about box; and the AppStream screenshot. Needs xvfb, xdotool and imagemagick.
 # Usage: scripts/help-pictures.sh [DISPLAY_NUMBER]   (default 99)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -33,6 +33,9 @@ app=$!
 main=$(xdotool search --sync --name '^Editeur de fichiers XYZ et DXF$' | head -1)
 sleep 0.5
 import -window "$main" "$out/fenetre-principale.png"
+# The same window is the software centre's picture, installed with the
+# AppStream data.
+import -window "$main" "$root/resources/desktop/screenshots/main-window.png"
 
 # The "?" menu from the keyboard: Alt selects the menu bar, Left wraps to its
 # last menu, Down opens it, Up reaches its last item.

@@ -5,16 +5,16 @@
 #include "editing/NumberingCommands.h"
 #include "info/InfoCommands.h"
 #include "info/InfoWindows.h"
+#include "platform/CupsPrinter.h"
 #include "platform/NumberText.h"
 #include "platform/QtDialogs.h"
 #include "platform/QtShell.h"
 #include "platform/SettingsStore.h"
+#include "printing/PrintingCommands.h"
 #include "state/GestionDonnee.h"
 #include "viewer/ViewerCommands.h"
 
 #include <QApplication>
-#include <QLibraryInfo>
-#include <QTranslator>
 
 int main(int argc, char** argv) {
     // Answered before anything needs a display.
@@ -25,17 +25,15 @@ int main(int argc, char** argv) {
     QApplication::setOrganizationName(QStringLiteral("Tovalin"));
     platform::installRegionalFormat();
 
-    // Qt's own dialogs in French.
-    QTranslator qtTranslator;
-    if (qtTranslator.load(QLocale(QLocale::French, QLocale::France), QStringLiteral("qtbase"),
-                          QStringLiteral("_"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        QApplication::installTranslator(&qtTranslator);
+    // Qt's own dialogs in French, whatever the system's language.
+    platform::InstallQtFrenchTranslation(app);
 
     platform::QtMessageBoxService messages;
     platform::QtInputBoxService input;
     platform::QtFileDialogService files;
     platform::IniSettingsStore settings;
     platform::QtShell shell;
+    platform::CupsPrinter printer;
     GestionDonnee state;
 
     Form1 window(state, Services{messages, input, files, settings});
@@ -44,6 +42,7 @@ int main(int argc, char** argv) {
     InstallNumberingAndFormatCommands(window);
     InstallInfoCommands(window, shell, QCoreApplication::applicationDirPath());
     InstallViewerCommands(window);
+    InstallPrintingCommands(window, printer);
     messages.setParent(&window);
     input.setParent(&window);
     files.setParent(&window);

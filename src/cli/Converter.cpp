@@ -412,9 +412,10 @@ int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std:
             const QString& input = options.inputs[i];
             const FileFormat format = options.from.value_or(FormatOfName(input));
             // The list is built after each file, as the program does: reading
-            // the next depends on it. After the last, list prints it instead.
+            // the next depends on it. After the last nothing reads it: list
+            // makes its rows as it prints them, and the writers read the store.
             const double before = state.PointCount;
-            if (options.command == u"list" && i + 1 == options.inputs.size())
+            if (i + 1 == options.inputs.size())
                 ReadPointFile(context, input, QFileInfo(input).fileName(), format);
             else
                 OpenFile(context, input, QFileInfo(input).fileName(), format);

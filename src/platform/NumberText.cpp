@@ -986,6 +986,10 @@ QString Format(const QString& text, QStringView pattern) {
     return NumberPattern(pattern, NumberFormat::current()).format(value);
 }
 
+QString FileSizeText(qint64 bytes) {
+    return QLocale().formattedDataSize(bytes);
+}
+
 QString DefaultText(double value) {
     return generalText(value, 15, NumberFormat::current().decimal);
 }

@@ -117,6 +117,10 @@ QString NumericPrint(double value);
 // has room for 20.
 int WriteWholeNumber(std::uint64_t value, char* out);
 
+// A file's size as a desktop's file list shows it, under the regional format:
+// "235 octets", "1,37 Kio" in French.
+QString FileSizeText(qint64 bytes);
+
 // Val: the leading number of a text, "." as decimal point whatever the locale.
 // Blanks and tabs are skipped anywhere; no digit gives 0; beyond the double
 // range raises error 6.

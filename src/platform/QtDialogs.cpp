@@ -1,16 +1,71 @@
 #include "platform/QtDialogs.h"
 
+#include "platform/NumberText.h"
+
+#include <QCoreApplication>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFileSystemModel>
+#include <QHeaderView>
 #include <QLabel>
+#include <QLibraryInfo>
 #include <QLineEdit>
+#include <QLocale>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTranslator>
+#include <QTreeView>
 #include <QVBoxLayout>
 
 namespace platform {
+
+QTranslator* InstallQtFrenchTranslation(QCoreApplication& app) {
+    auto* translator = new QTranslator(&app);
+    if (!translator->load(QLocale(QLocale::French, QLocale::France), QStringLiteral("qtbase"),
+                          QStringLiteral("_"),
+                          QLibraryInfo::path(QLibraryInfo::TranslationsPath)) ||
+        !QCoreApplication::installTranslator(translator)) {
+        delete translator;
+        return nullptr;
+    }
+    return translator;
+}
+
+QString FrenchFileType(const QString& type) {
+    if (type == u"Folder")
+        return QStringLiteral("Dossier");
+    if (type == u"Drive")
+        return QStringLiteral("Lecteur");
+    if (type == u"Shortcut")
+        return QStringLiteral("Raccourci");
+    if (type == u"File")
+        return QStringLiteral("Fichier");
+    // "%1 File", the type of a file no MIME type describes, by its suffix.
+    if (type.endsWith(QStringLiteral(" File")))
+        return QStringLiteral("Fichier ") + type.chopped(5);
+    return type;
+}
+
+QVariant FileDetailsModel::data(const QModelIndex& index, int role) const {
+    const auto* files = qobject_cast<const QFileSystemModel*>(sourceModel());
+    if (role != Qt::DisplayRole || files == nullptr || !index.isValid())
+        return QIdentityProxyModel::data(index, role);
+    const QModelIndex source = mapToSource(index);
+    switch (index.column()) {
+    case 1: // size: none for a folder, as Qt's own model
+        if (files->isDir(source))
+            return QString();
+        return FileSizeText(files->size(source));
+    case 2:
+        return FrenchFileType(QIdentityProxyModel::data(index, role).toString());
+    case 3:
+        return QLocale().toString(files->lastModified(source), QLocale::ShortFormat);
+    default:
+        return QIdentityProxyModel::data(index, role);
+    }
+}
 
 MsgAnswer QtMessageBoxService::show(const QString& prompt, MsgButtons buttons, MsgIcon icon,
                                     const QString& title) {
@@ -33,7 +88,8 @@ MsgAnswer QtMessageBoxService::show(const QString& prompt, MsgButtons buttons, M
         box.setIcon(QMessageBox::Question);
         break;
     }
-    // French captions whatever translation is loaded.
+    // French captions whatever translation is loaded, with the letters a
+    // French desktop underlines: Alt+O, Alt+N, Alt+A (or the letter alone).
     QPushButton* ok = nullptr;
     QPushButton* yes = nullptr;
     QPushButton* no = nullptr;
@@ -44,14 +100,14 @@ MsgAnswer QtMessageBoxService::show(const QString& prompt, MsgButtons buttons, M
         box.setEscapeButton(ok);
         break;
     case MsgButtons::YesNo:
-        yes = box.addButton(QStringLiteral("Oui"), QMessageBox::YesRole);
-        no = box.addButton(QStringLiteral("Non"), QMessageBox::NoRole);
+        yes = box.addButton(QStringLiteral("&Oui"), QMessageBox::YesRole);
+        no = box.addButton(QStringLiteral("&Non"), QMessageBox::NoRole);
         box.setEscapeButton(no);
         break;
     case MsgButtons::YesNoCancel:
-        yes = box.addButton(QStringLiteral("Oui"), QMessageBox::YesRole);
-        no = box.addButton(QStringLiteral("Non"), QMessageBox::NoRole);
-        cancel = box.addButton(QStringLiteral("Annuler"), QMessageBox::RejectRole);
+        yes = box.addButton(QStringLiteral("&Oui"), QMessageBox::YesRole);
+        no = box.addButton(QStringLiteral("&Non"), QMessageBox::NoRole);
+        cancel = box.addButton(QStringLiteral("&Annuler"), QMessageBox::RejectRole);
         // The close box answers Cancel.
         box.setEscapeButton(cancel);
         break;
@@ -109,6 +165,8 @@ FileDialogResult QtFileDialogService::show(bool save, const QString& initialName
         nameFilters << parts[i] + QStringLiteral(" (") + parts[i + 1] + u')';
 
     QFileDialog dialog(parent_);
+    dialog.setOptions(QFileDialog::DontUseNativeDialog | QFileDialog::HideNameFilterDetails);
+    dialog.setProxyModel(new FileDetailsModel(&dialog));
     dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     dialog.setFileMode(save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
     dialog.setNameFilters(nameFilters);
@@ -116,6 +174,12 @@ FileDialogResult QtFileDialogService::show(bool save, const QString& initialName
         dialog.selectNameFilter(nameFilters[filterIndex_ - 1]);
     if (!initialName.isEmpty())
         dialog.selectFile(initialName);
+    // Room for the French sizes and dates.
+    dialog.resize(760, 460);
+    if (auto* details = dialog.findChild<QTreeView*>(QStringLiteral("treeView"))) {
+        for (int column = 1; column <= 3; ++column)
+            details->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+    }
 
     FileDialogResult result;
     result.fileName = initialName;
@@ -123,9 +187,13 @@ FileDialogResult QtFileDialogService::show(bool save, const QString& initialName
     if (dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty()) {
         result.fileName = dialog.selectedFiles().constFirst();
         result.fileTitle = QFileInfo(result.fileName).fileName();
-        const qsizetype chosen = nameFilters.indexOf(dialog.selectedNameFilter());
-        if (chosen >= 0)
-            filterIndex_ = static_cast<int>(chosen) + 1;
+        // With the details hidden, Qt gives back the filter as shown: its
+        // description alone.
+        const QString selected = dialog.selectedNameFilter();
+        for (qsizetype i = 0; i < nameFilters.size(); ++i) {
+            if (selected == nameFilters[i] || selected == parts[2 * i])
+                filterIndex_ = static_cast<int>(i) + 1;
+        }
     }
     result.filterIndex = filterIndex_;
     return result;

@@ -2,9 +2,33 @@
 
 #include "platform/Dialogs.h"
 
+#include <QIdentityProxyModel>
+
+class QCoreApplication;
+class QTranslator;
 class QWidget;
 
 namespace platform {
+
+// Loads Qt's own French translation (standard buttons, file dialog, context
+// menus) whatever the system's language, from Qt's translations folder
+// (Debian's qt6-translations-l10n). The translator, owned by app; null when
+// the translation is not there.
+QTranslator* InstallQtFrenchTranslation(QCoreApplication& app);
+
+// The French name Qt's file model gives a file type it leaves untranslated
+// ("Folder", "Drive", "xyz File" ...); any other text unchanged.
+QString FrenchFileType(const QString& type);
+
+// The file dialog's list as a French desktop shows it. Qt's file model writes
+// sizes and dates with the system locale, which is English under C; here
+// they follow the run's regional format (the default QLocale, French under
+// C), and the types Qt leaves untranslated are French.
+class FileDetailsModel : public QIdentityProxyModel {
+public:
+    using QIdentityProxyModel::QIdentityProxyModel;
+    QVariant data(const QModelIndex& index, int role) const override;
+};
 
 // Message and input boxes shown with Qt's dialogs, French captions.
 class QtMessageBoxService : public MessageBoxService {
@@ -28,8 +52,10 @@ private:
     QWidget* parent_;
 };
 
-// The common file dialog, Qt's own (translated), keeping its filter index
-// between uses as the dialog control did.
+// The common file dialog, Qt's own widget dialog on every desktop (so the
+// filters, the French list and the look are the same everywhere), keeping its
+// filter index between uses as the dialog control did. Each filter is shown
+// once, by its description, which already carries the pattern.
 class QtFileDialogService : public FileDialogService {
 public:
     explicit QtFileDialogService(QWidget* parent = nullptr) : parent_(parent) {}

@@ -41,6 +41,8 @@ QString RuntimeError::descriptionOf(int number) {
         return QStringLiteral("Chemin d'accès introuvable");
     case 424:
         return QStringLiteral("Objet requis");
+    case 482:
+        return QStringLiteral("Erreur d'imprimante");
     default:
         return QString();
     }

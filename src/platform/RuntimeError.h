@@ -24,6 +24,7 @@ public:
         PathFileAccess = 75,
         PathNotFound = 76,
         ObjectRequired = 424,
+        PrinterError = 482,
     };
 
     explicit RuntimeError(int number);

@@ -32,7 +32,8 @@ QString TextArena::take(qsizetype length) {
 
 QString TextArena::copy(QStringView text) {
     return make(text.size(), [&](QChar* where) {
-        std::memcpy(where, text.utf16(), std::size_t(text.size()) * sizeof(char16_t));
+        std::memcpy(static_cast<void*>(where), text.utf16(),
+                    std::size_t(text.size()) * sizeof(char16_t));
     });
 }
 

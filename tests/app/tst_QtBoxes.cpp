@@ -2,9 +2,11 @@
 
 #include "platform/QtDialogs.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPointer>
 #include <QTest>
 #include <QTimer>
 
@@ -18,6 +20,8 @@ class TestQtBoxes : public QObject {
 private slots:
     void lineBreaks_data();
     void lineBreaks();
+    void keyboard_data();
+    void keyboard();
 };
 
 void TestQtBoxes::lineBreaks_data() {
@@ -56,6 +60,67 @@ void TestQtBoxes::lineBreaks() {
         }
         QVERIFY2(texts->contains(shown), qPrintable(texts->join(u'|')));
     }
+}
+
+void TestQtBoxes::keyboard_data() {
+    QTest::addColumn<MsgButtons>("buttons");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+    QTest::addColumn<MsgAnswer>("answer");
+    const auto alt = Qt::KeyboardModifiers(Qt::AltModifier);
+    const auto none = Qt::KeyboardModifiers(Qt::NoModifier);
+    QTest::newRow("Alt+O, Oui") << MsgButtons::YesNo << int(Qt::Key_O) << alt << MsgAnswer::Yes;
+    QTest::newRow("Alt+N, Non") << MsgButtons::YesNo << int(Qt::Key_N) << alt << MsgAnswer::No;
+    QTest::newRow("O alone") << MsgButtons::YesNo << int(Qt::Key_O) << none << MsgAnswer::Yes;
+    QTest::newRow("N alone") << MsgButtons::YesNoCancel << int(Qt::Key_N) << none << MsgAnswer::No;
+    QTest::newRow("Alt+A, Annuler")
+        << MsgButtons::YesNoCancel << int(Qt::Key_A) << alt << MsgAnswer::Cancel;
+    QTest::newRow("Escape, Non") << MsgButtons::YesNo << int(Qt::Key_Escape) << none
+                                 << MsgAnswer::No;
+    QTest::newRow("Escape, Annuler")
+        << MsgButtons::YesNoCancel << int(Qt::Key_Escape) << none << MsgAnswer::Cancel;
+    QTest::newRow("Return, Oui first")
+        << MsgButtons::YesNoCancel << int(Qt::Key_Return) << none << MsgAnswer::Yes;
+}
+
+// Oui, Non and Annuler from the keyboard, with the letters a French desktop
+// underlines; the captions read without the mark are the plain words.
+void TestQtBoxes::keyboard() {
+    QFETCH(MsgButtons, buttons);
+    QFETCH(int, key);
+    QFETCH(Qt::KeyboardModifiers, modifiers);
+    QFETCH(MsgAnswer, answer);
+    auto captions = std::make_shared<QStringList>();
+    auto leftOpen = std::make_shared<bool>(false);
+    QTimer::singleShot(0, [=] {
+        QWidget* box = QApplication::activeModalWidget();
+        QVERIFY(box != nullptr);
+        // Shortcuts reach the active window only.
+        QVERIFY(QTest::qWaitForWindowActive(box));
+        for (QAbstractButton* button : box->findChildren<QAbstractButton*>()) {
+            if (button->isVisible())
+                *captions << QString(button->text()).remove(u'&');
+        }
+        QTest::keyClick(box, Qt::Key(key), modifiers);
+        // A key that answers nothing would leave the box open: note it and
+        // close the box so the run goes on.
+        const QPointer<QWidget> shown(box);
+        if (!QTest::qWaitFor([shown] { return shown.isNull() || !shown->isVisible(); }, 2000)) {
+            *leftOpen = true;
+            shown->close();
+        }
+    });
+    QtMessageBoxService service;
+    const MsgAnswer got = service.show(QStringLiteral("Voulez vous ajouter le fichier à ouvrir ?"),
+                                       buttons, MsgIcon::Question, QStringLiteral("Ouvrir"));
+    QStringList expected{QStringLiteral("Oui"), QStringLiteral("Non")};
+    if (buttons == MsgButtons::YesNoCancel)
+        expected << QStringLiteral("Annuler");
+    captions->sort();
+    expected.sort();
+    QCOMPARE(*captions, expected);
+    QVERIFY2(!*leftOpen, "the key left the box open");
+    QCOMPARE(got, answer);
 }
 
 TOVALIN_TEST(TestQtBoxes)

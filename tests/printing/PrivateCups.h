@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <memory>
+#include <vector>
+
+// A CUPS scheduler of the test's own: cupsd started on a socket in a
+// temporary folder, with its own configuration, spool and logs, so the
+// system's scheduler (if any) is never touched. Libcups and Qt's print support
+// in this process are pointed at it (CUPS_SERVER). Queues print through the
+// real filters to a "file:" device in the folder: the PDF the printer would
+// get, to be read back.
+//
+// The scheduler is stopped by its process id and the folder removed when the
+// object goes.
+class PrivateCups {
+public:
+    PrivateCups();
+    ~PrivateCups();
+
+    // Empty when the scheduler runs; otherwise the one-line reason it could not
+    // be started.
+    const QString& failure() const { return failure_; }
+
+    // A queue printing to file NAME.pdf of the folder, through the generic
+    // PDF printer's driver; landscape gives it that default orientation.
+    bool addQueue(const QString& name, bool landscape = false);
+    // A queue whose device cannot be opened; the scheduler stops it when a
+    // job fails on it.
+    bool addFailingQueue(const QString& name);
+    // Runs one of the CUPS commands (lpadmin, cupsdisable, ...) against the
+    // scheduler; its output when it fails.
+    bool command(const QString& program, const QStringList& arguments,
+                 QString* output = nullptr) const;
+    // Waits until the job has been printed; false when it did not in time.
+    bool waitForJob(int job, int seconds = 60) const;
+    // Waits until the queue is stopped.
+    bool waitForStopped(const QString& queue, int seconds = 60) const;
+    // The document of a job as it was handed to the scheduler (kept in its
+    // spool after printing).
+    QString spooledDocument(int job) const;
+    // The file a queue's device writes.
+    QString outputOf(const QString& queue) const;
+    QString folder() const { return dir_.path(); }
+    QString socket() const;
+
+    // Where the driver of the queues comes from, as lpinfo names it.
+    static QString driverModel();
+
+private:
+    QTemporaryDir dir_;
+    qint64 pid_ = 0;
+    QString failure_;
+    QByteArray savedServer_;
+    bool hadServer_ = false;
+};
+
+// The text of a PDF as pdftotext -layout reads it; pages split at form feeds.
+// Its layout guesses the width of a run of blanks.
+QString PdfText(const QString& file);
+// The lines of each page of a PDF in one fixed-pitch font, put together from
+// where poppler finds each word (pdftotext -bbox): the blanks between words
+// and before them (from the leftmost word of the document) counted in
+// character widths, an empty line for each missing line pitch.
+std::vector<QStringList> PdfPageLines(const QString& file);
