@@ -24,7 +24,11 @@ constexpr int twips(int value) {
     return value * 96 / 1440;
 }
 
-constexpr int kFormWidth = 6975;
+// The design's positions stand kMargin further right: at the default font
+// "Num : " needs more than the 540 twips left of the identifier field (its
+// "N" was cut off), so the row moves over as a whole, sizes kept.
+constexpr int kMargin = 150;
+constexpr int kFormWidth = 6975 + kMargin;
 constexpr int kFormHeight = 1320;
 constexpr int kSearchFormHeight = 1695;
 constexpr int kFieldTop = 120;
@@ -34,7 +38,7 @@ constexpr int kSearchButtonTop = 900;
 constexpr int kButtonWidth = 1395;
 constexpr int kButtonHeight = 315;
 constexpr int kOptionTop = 600;
-constexpr int kOptionHeight = 255;
+constexpr int kOptionHeight = 300;
 
 QString okCaption() {
     return QStringLiteral("Ok");
@@ -57,17 +61,19 @@ Form3::Form3(GestionDonnee& state, MessageBoxService& messages, QWidget* mainWin
     const auto field = [this](const char* name, int left, int width) {
         auto* edit = new QLineEdit(this);
         edit->setObjectName(QString::fromLatin1(name));
-        edit->setGeometry(twips(left), twips(kFieldTop), twips(width), twips(kFieldHeight));
+        edit->setGeometry(twips(kMargin + left), twips(kFieldTop), twips(width),
+                          twips(kFieldHeight));
         return edit;
     };
     const auto label = [this](const char* name, const QString& text, int left, int width) {
         auto* caption = new QLabel(text, this);
         caption->setObjectName(QString::fromLatin1(name));
         caption->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-        caption->setGeometry(twips(left), twips(kFieldTop), twips(width), twips(kFieldHeight));
+        caption->setGeometry(twips(kMargin + left), twips(kFieldTop), twips(width),
+                             twips(kFieldHeight));
         return caption;
     };
-    Label4 = label("Label4", QStringLiteral("Num : "), 0, 540);
+    Label4 = label("Label4", QStringLiteral("Num : "), -kMargin, 540 + kMargin);
     Text4 = field("Text4", 540, 1215);
     Label1 = label("Label1", QStringLiteral("X : "), 1800, 360);
     Text1 = field("Text1", 2160, 1275);
@@ -82,7 +88,7 @@ Form3::Form3(GestionDonnee& state, MessageBoxService& messages, QWidget* mainWin
         // Neither button is the default one: Return in a field does nothing,
         // so the identifier is always checked (by leaving it) before OK.
         push->setAutoDefault(false);
-        push->setGeometry(twips(left), twips(kButtonTop), twips(kButtonWidth),
+        push->setGeometry(twips(kMargin + left), twips(kButtonTop), twips(kButtonWidth),
                           twips(kButtonHeight));
         return push;
     };
@@ -91,11 +97,13 @@ Form3::Form3(GestionDonnee& state, MessageBoxService& messages, QWidget* mainWin
 
     Option1 = new QRadioButton(QStringLiteral("Rechercher un des éléments"), this);
     Option1->setObjectName(QStringLiteral("Option1"));
-    Option1->setGeometry(twips(540), twips(kOptionTop), twips(2895), twips(kOptionHeight));
+    Option1->setGeometry(twips(kMargin + 540), twips(kOptionTop), twips(3075),
+                         twips(kOptionHeight));
     Option1->setChecked(true);
     Option2 = new QRadioButton(QStringLiteral("Rechercher tous les éléments"), this);
     Option2->setObjectName(QStringLiteral("Option2"));
-    Option2->setGeometry(twips(3840), twips(kOptionTop), twips(2955), twips(kOptionHeight));
+    Option2->setGeometry(twips(kMargin + 3840), twips(kOptionTop), twips(3105),
+                         twips(kOptionHeight));
 
     setTabOrder(Text4, Text1);
     setTabOrder(Text1, Text2);

@@ -279,9 +279,17 @@ struct BlockReader::Impl {
     qsizetype tailBegin = 0; // what was read past that block
     qsizetype tailEnd = 0;
     bool atEnd = false;
+    qint64 consumed = 0; // bytes read from the file so far
 
     // Appends up to count bytes to buffer; false at the end of the file.
     bool readMore(std::vector<char>& buffer, qsizetype& used, qsizetype count) {
+        // Room for what the file held when it was opened, not for a whole
+        // block: a small file costs no more than its size (a block is
+        // megabytes, which every read would fill with zeros). The step past
+        // it leaves room for the read that finds the end, or for what a
+        // growing file added, without moving the buffer.
+        constexpr qsizetype kStep = 4096;
+        count = std::min(count, std::max<qsizetype>(qsizetype(sizeHint - consumed), 0) + kStep);
         if (qsizetype(buffer.size()) < used + count)
             buffer.resize(std::size_t(used + count));
         for (;;) {
@@ -291,6 +299,7 @@ struct BlockReader::Impl {
             if (got < 0)
                 throw RuntimeError(RuntimeError::DeviceIo);
             used += got;
+            consumed += got;
             return got > 0;
         }
     }

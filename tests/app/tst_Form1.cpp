@@ -76,6 +76,21 @@ void TestForm1::startUp_data() {
     // SepSys is read strictly: one that is no number stops start-up before
     // the list and the mail file.
     row("SepSys text", {"[App]\nSepSys=oui\n", 13, "", "", "|"});
+    // Values only a hand-written file holds: only a SepSys of 1 groups; read
+    // as the locale-aware conversion to a 16-bit integer, half to even.
+    for (const char* flag : {"2", "-1", "1,5"}) {
+        QString settings = defaults;
+        settings.replace(QStringLiteral("SepSys=0"),
+                         QStringLiteral("SepSys=") + (flag[0] == '1' ? "2" : flag));
+        row((QByteArray("SepSys ") + flag).constData(),
+            {QByteArray("[App]\nSepSys=") + flag + '\n', 0, settings, "1234,500", "site|mail"});
+    }
+    row("SepSys beyond 16 bits", {"[App]\nSepSys=40000\n", 6, "", "", "|"});
+    // A value in quotes keeps its blanks, and the writers compare it as it is.
+    row("Fich_Dim with blanks",
+        {"[Param\xc3\xa8tre]\nFich_Dim=\" 2D \"\n", 0,
+         QString(defaults).replace(QStringLiteral("Fich_Dim=2D"), QStringLiteral("Fich_Dim= 2D ")),
+         "1234,500", "site|mail"});
     row("no mail file",
         {"", 0, defaults, "1234,500", "|",
          "Tovalin: Une erreur c'est produite\r\nVous devez réinstaller Tovalin [critical ok]",

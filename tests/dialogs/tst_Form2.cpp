@@ -237,6 +237,55 @@ void TestForm2::dialog_data() {
         "Text3=1 [on] & Text5=3 [on] & Text6=1 [on] & Text1= [on]");
     row("left empty, AutoCAD", "Dxf_Format=AC", "clear Text4 & leave Text4",
         "Text4=Point_Mat [on]");
+    // Every rule for every field it covers: the keys and changes each field
+    // refuses (and the characters it keeps), and the refill of each field
+    // left empty, under each flavour.
+    const QString layerBoxes = QStringList(4, layerBox).join(u'|');
+    struct FieldRule {
+        const char* field;
+        const char* before; // what makes the field editable
+        const char* typed;
+        const char* kept;
+        QString boxes;
+        const char* microstation; // refill when left empty
+        const char* autocad;
+    };
+    const FieldRule rules[] = {
+        {"Text3", "clear Text3", "A B\u00A0C/\u00E9-$_9z", "ABC-$_9z", layerBoxes, "1", "Point"},
+        {"Text4", "clear Text4", "A B\u00A0C/\u00E9-$_9z", "ABC-$_9z", layerBoxes, "2",
+         "Point_Mat"},
+        {"Text5", "clear Text5", "A B\u00A0C/\u00E9-$_9z", "ABC-$_9z", layerBoxes, "3", "Point_Z"},
+        {"Text6", "click Check5 & clear Text6", "1-2a3 ", "123",
+         QStringList(3, numberBox).join(u'|'), "1", "1"},
+        {"Text7", "clear Text7", "1-2a3 ", "123", QStringList(3, numberBox).join(u'|'), "1", "1"},
+        {"Text1", "click Check1", "a.b\u00B4c-", "abc-", QStringList(2, forbiddenBox).join(u'|'),
+         "", ""},
+        {"Text2", "click Check2", "a.b\u00B4c-", "abc-", QStringList(2, forbiddenBox).join(u'|'),
+         "", ""},
+    };
+    for (const FieldRule& rule : rules) {
+        const QString field = QString::fromLatin1(rule.field);
+        const auto add = [&](const QString& name, const char* stored, const QString& actions,
+                             const QString& expected, const QStringList& boxes) {
+            row(name.toUtf8().constData(), stored, actions.toUtf8().constData(),
+                expected.toUtf8().constData(), boxes);
+        };
+        add(QStringLiteral("typed into ") + field, "",
+            QStringLiteral("%1 & type %2 %3")
+                .arg(rule.before, field, QString::fromUtf8(rule.typed)),
+            QStringLiteral("%1=%2 [on]").arg(field, rule.kept), rule.boxes.split(u'|'));
+        add(QStringLiteral("left empty, Microstation: ") + field, "",
+            QStringLiteral("%1 & leave %2").arg(rule.before, field),
+            QStringLiteral("%1=%2 [on]").arg(field, rule.microstation), {});
+        add(QStringLiteral("left empty, AutoCAD: ") + field, "Dxf_Format=AC",
+            QStringLiteral("%1 & leave %2").arg(rule.before, field),
+            QStringLiteral("%1=%2 [on]").arg(field, rule.autocad), {});
+    }
+    // Only a settings file written by hand holds other values than "0" and
+    // "1": a number other than 0 ticks the box, whose rule stores "1".
+    row("ExtCfg 2", "App/ExtCfg=2", "", "Check6=1 & App/ExtCfg=1");
+    row("ExtCfg -1", "App/ExtCfg=-1", "", "Check6=1 & App/ExtCfg=1");
+    row("ExtCfg 0,0", "App/ExtCfg=0,0", "", "Check6=0 & App/ExtCfg=0,0");
     // A message box over the dialog (a rejected key) is not a loss of focus.
     for (const QString field : {"Text3", "Text4", "Text5", "Text7"}) {
         const QByteArray actions = QStringLiteral("clear %1 & window %1").arg(field).toUtf8();

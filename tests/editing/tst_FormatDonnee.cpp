@@ -61,6 +61,7 @@ struct Shown {
     bool click;           // on the separator box
     bool closeBox;        // closed with the close box, not "Ok"
     const char* firstRow; // "" the list is not rewritten
+    bool empty = false;   // no point in the store
 };
 
 } // namespace
@@ -98,17 +99,31 @@ void TestFormatDonnee::okRewritesTheList_data() {
         {false, "0.0000", 1, "0.0000", "", false, false, "A & 1,234.568 & -0.500 & 1,000,000.250"});
     row("separator off",
         {false, "0.0000", 1, "0.0000", "", true, false, "A & 1234.568 & -0.500 & 1000000.250"});
+    // Only a settings file written by hand holds another flag: the box is
+    // clear, only 1 groups, and a click sets 1.
+    for (int flag : {2, -1}) {
+        const QByteArray name = "flag " + QByteArray::number(flag);
+        row((name + ", no change").constData(),
+            {false, "0.0000", flag, "0.0000", "", false, false, ""});
+        row((name + ", pattern chosen").constData(), {false, "0.0000", flag, "0.0000", "0.0", false,
+                                                      false, "A & 1234.6 & -0.5 & 1000000.3"});
+        row((name + ", clicked").constData(), {false, "0.0000", flag, "0.0000", "", true, false,
+                                               "A & 1,234.568 & -0.500 & 1,000,000.250"});
+    }
+    // An empty store: "Ok" after a change only closes the dialog.
+    row("empty store", {true, "-", 0, "0.000", "0.0", true, false, "", true});
 }
 
 void TestFormatDonnee::okRewritesTheList() {
     QFETCH(Shown, c);
     RegionalFormatScope scope(c.french ? frenchFormat() : englishFormat());
-    Fixture f;
+    Fixture f(c.empty ? std::vector<PointRecord>{} : sample);
     if (c.saved != u"-")
         f.settings.values[QStringLiteral("App/NbDec")] = c.saved;
     f.state.Settings.SepSys = int16_t(c.flag);
-    f.state.Grid.setTextMatrix(1, 1, QStringLiteral("stale"));
-    const QStringList before = gridRow(f.state, 1);
+    if (!c.empty)
+        f.state.Grid.setTextMatrix(1, 1, QStringLiteral("stale"));
+    const QStringList before = gridRow(f.state, c.empty ? 0 : 1);
 
     FormatDonnee& dialog = f.open();
     QCOMPARE(f.combo()->currentText(), c.shown);
@@ -124,14 +139,17 @@ void TestFormatDonnee::okRewritesTheList() {
 
     QVERIFY(!dialog.isVisible());
     const bool rewritten = *c.firstRow != 0;
-    QCOMPARE(gridRow(f.state, 1), rewritten ? cells(c.firstRow) : before);
-    for (std::size_t i = 0; i < sample.size(); ++i) // the store is never rounded
+    QCOMPARE(gridRow(f.state, c.empty ? 0 : 1), rewritten ? cells(c.firstRow) : before);
+    QCOMPARE(f.state.Grid.rows(), c.empty ? 1 : int(sample.size()) + 1);
+    if (c.empty) // no progress caption without a point
+        QCOMPARE(dialog.windowTitle(), QStringLiteral("Format des données"));
+    for (std::size_t i = 0; i < (c.empty ? 0 : sample.size()); ++i) // never rounded
         QCOMPARE(pointText(f.state.Points[i]), pointText(sample[i]));
     QCOMPARE(f.state.DataModified, rewritten);
     // Saved and in memory as soon as chosen; loading saves the flag only.
     QCOMPARE(f.saved("NbDec"), c.pattern.isEmpty() ? c.saved : c.pattern);
     QCOMPARE(f.state.Settings.NbDec, c.pattern.isEmpty() ? "0.000" : c.pattern);
-    const int flag = c.click ? 1 - c.flag : c.flag;
+    const int flag = c.click ? int(c.flag != 1) : c.flag;
     QCOMPARE(f.saved("SepSys"), c.flag == 1 || c.click ? QString::number(flag) : "-");
     QCOMPARE(f.state.Settings.SepSys, flag);
 }

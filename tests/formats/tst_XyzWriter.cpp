@@ -111,6 +111,15 @@ void TestXyzWriter::lines_data() {
         {false, ";", "", "2D", "0.000", "1", "P1", 1234.5, 1.5e-7, -2, "P1;1234.5;1.5E-07;0.000"});
     // Read as a number in the regional format, not compared as a text.
     row("ExtCfg 0,0", {true, ";", "", "3D", "0.0", "0,0", "P1", 1.25, 2, 3, "P1;1,3;2,0;3,0"});
+    // Values only a settings file written by hand can hold: Fich_Dim is "2D"
+    // exactly or Z is written; any ExtCfg other than 0 writes unformatted.
+    for (const char* dim : {" 2D ", "2d", "", "2D3"})
+        row((QByteArray("Fich_Dim \"") + dim + '"').constData(),
+            {true, ";", "", dim, "0.000", "0", "P1", 1234.5, 10, 2, "P1;1234,500;10,000;2,000"});
+    for (const char* extCfg : {"2", "-1", "0,5"})
+        row((QByteArray("ExtCfg ") + extCfg).constData(),
+            {true, ";", "", "3D", "0.000", extCfg, "P1", 1234.5, 0.1 + 0.2, 1e20,
+             "P1;1234,5;0,3;1E+20"});
     row("empty NbDec", {true, ";", "", "3D", "", "0", "P1", 1.25, 2, 3, "P1;1,25;2;3"});
     row("identifier as is", {false, ",", "", "3D", "0", "0", "A,\"B\"", 1, 2, 3, "A,\"B\",1,2,3"});
 }

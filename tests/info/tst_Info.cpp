@@ -120,7 +120,8 @@ private slots:
                  QStringLiteral("Site : https://www.example.org/tovalin/"));
         QCOMPARE(child<QLabel>(about, "Label2")->text(),
                  QStringLiteral("Email : support@example.org"));
-        QVERIFY(!child<QLabel>(about, "Label4")->text().isEmpty());
+        QCOMPARE(child<QLabel>(about, "Label4")->text(),
+                 QStringLiteral("Conçu et écrit par l'équipe Tovalin"));
         QVERIFY(!child<QLabel>(about, "Image2")->pixmap().isNull());
         QCOMPARE(child<QGroupBox>(about, "Frame1")->title(), QStringLiteral("Informations"));
         QCOMPARE(child<QPushButton>(about, "Command2")->text(),

@@ -256,9 +256,12 @@ void TestNumberText::format() {
 void TestNumberText::formatNonFiniteDoesNotCrash() {
     RegionalFormatScope scope(frenchFormat());
     const double inf = std::numeric_limits<double>::infinity();
-    for (double value : {inf, -inf, std::numeric_limits<double>::quiet_NaN()}) {
-        QVERIFY(!Format(value, u"###,###,###,##0.000").isEmpty());
-        QVERIFY(!DefaultText(value).isEmpty());
+    const std::pair<double, QString> values[] = {
+        {inf, "INF"}, {-inf, "-INF"}, {std::numeric_limits<double>::quiet_NaN(), "NAN"}};
+    for (const auto& [value, text] : values) {
+        QCOMPARE(Format(value, u"###,###,###,##0.000"), text);
+        QCOMPARE(Format(value, u"0.00 m"), text);
+        QCOMPARE(DefaultText(value), text);
     }
 }
 

@@ -1,0 +1,88 @@
+#include "FuzzSupport.h"
+
+#include "platform/TextFile.h"
+#include "state/Startup.h"
+
+#include <QDir>
+#include <QFile>
+#include <QLocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace fuzz {
+
+void Fail(const char* what, const QString& detail) {
+    std::fprintf(stderr, "fuzz check failed: %s\n  %s\n", what, detail.toUtf8().constData());
+    std::fflush(stderr);
+    std::abort();
+}
+
+ScratchFile::ScratchFile(const char* suffix) {
+    const QString folder =
+        QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm") : QDir::tempPath();
+    path_ = QStringLiteral("%1/tovalin-fuzz-%2%3")
+                .arg(folder, QString::fromLatin1(std::to_string(::getpid())),
+                     QString::fromLatin1(suffix));
+}
+
+ScratchFile::~ScratchFile() {
+    QFile::remove(path_);
+}
+
+const QString& ScratchFile::write(const std::uint8_t* data, std::size_t size) {
+    const QByteArray name = QFile::encodeName(path_);
+    const int fd = ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd < 0)
+        Fail("scratch file opened", path_);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t written = ::write(fd, data + done, size - done);
+        if (written <= 0)
+            Fail("scratch file written", path_);
+        done += std::size_t(written);
+    }
+    ::close(fd);
+    return path_;
+}
+
+QByteArray ScratchFile::readBack() const {
+    QFile file(path_);
+    if (!file.open(QIODevice::ReadOnly))
+        Fail("scratch file read back", path_);
+    return file.readAll();
+}
+
+Session::Session() {
+    boxes.setThrowOnUnexpected(false);
+    reloadSettings();
+}
+
+void Session::reloadSettings() {
+    LoadSettings(state.Settings, settings);
+}
+
+CommandContext Session::context() {
+    return CommandContext{state, boxes, boxes, files, settings, window, progress};
+}
+
+void SetRegionalFormat(bool french) {
+    static const QLocale kFrench(QLocale::French, QLocale::France);
+    static const QLocale kEnglish(QLocale::English, QLocale::UnitedStates);
+    QLocale::setDefault(french ? kFrench : kEnglish);
+}
+
+QString TextOf(const std::uint8_t* data, std::size_t size) {
+    return platform::DecodeCp1252(
+        QByteArrayView(reinterpret_cast<const char*>(data), qsizetype(size)));
+}
+
+bool SameDouble(double a, double b) {
+    if (a != a || b != b)
+        return a != a && b != b;
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+} // namespace fuzz
