@@ -6,7 +6,9 @@
 #include "editing/NumberingCommands.h"
 #include "info/InfoCommands.h"
 #include "info/InfoWindows.h"
+#include "platform/Printer.h"
 #include "platform/Shell.h"
+#include "printing/PrintingCommands.h"
 #include "viewer/ViewerCommands.h"
 
 #include <QStyle>
@@ -19,7 +21,13 @@ namespace {
 // The main window with every module's commands, as the program wires it.
 struct Fixture : WindowFixture {
     platform::RecordingShell shell;
+    platform::ScriptedPrinter printer;
     Fixture() : WindowFixture({{1234.5, 6862104.512, 152.3, QStringLiteral("A1")}}) {
+        // A queue with a long name, driver and port, as CUPS gives them.
+        printer.installed = {{QStringLiteral("PDF_Paysage"), QStringLiteral("Generic PDF Printer"),
+                              QStringLiteral("file:///var/spool/cups-pdf/paysage.pdf"),
+                              platform::OrientationLandscape}};
+        InstallPrintingCommands(window, printer);
         InstallParameterCommands(window);
         InstallEditingCommands(window);
         InstallNumberingAndFormatCommands(window);
@@ -112,18 +120,19 @@ private slots:
     // off ("\um :" for "Num : ").
     void captionsFit_data() {
         Rows<Window> row;
-        row("Form1", {"Form1", ""});
-        row("Form2", {"Form2", "para"});
-        row("Form3 enter", {"Form3", "ent_pt"});
-        row("Form3 modify", {"Form3", "mod_pt"});
-        row("Form3 search", {"Form3", "rech"});
-        row("Form5", {"Form5", "MnuImmatriculation"});
-        row("FormatDonnee", {"FormatDonnee", "Mnu_Format"});
-        row("frmVisualisation", {"frmVisualisation", "view"});
-        row("frmAide", {"frmAide", "help"});
-        row("Form4", {"Form4", "apropos"});
+        row("Form1", {"Form1", "", ""});
+        row("Form2", {"Form2", "para", ""});
+        row("Form3 enter", {"Form3", "ent_pt", ""});
+        row("Form3 modify", {"Form3", "mod_pt", ""});
+        row("Form3 search", {"Form3", "rech", ""});
+        row("Form5", {"Form5", "MnuImmatriculation", ""});
+        row("FormatDonnee", {"FormatDonnee", "Mnu_Format", ""});
+        row("frmVisualisation", {"frmVisualisation", "view", ""});
+        row("frmAide", {"frmAide", "help", ""});
+        row("Form4", {"Form4", "apropos", ""});
         row("frmHistorique", {"frmHistorique", "apropos", "Command2"});
-        row("frmMail", {"frmMail", "EnvMail"});
+        row("frmMail", {"frmMail", "EnvMail", ""});
+        row("Form6", {"Form6", "print", ""});
     }
     void captionsFit() {
         QFETCH(Window, c);
