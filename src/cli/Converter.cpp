@@ -370,9 +370,8 @@ int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std:
     if (arguments.contains(QStringLiteral("--version"))) {
         const ProgramVersion version = programVersion();
         print(out, QStringLiteral("tovalin-cli (Tovalin) %1.%2.%3\n")
-                       .arg(version.major)
-                       .arg(version.minor)
-                       .arg(version.revision));
+                       .arg(DefaultText(version.major), DefaultText(version.minor),
+                            DefaultText(version.revision)));
         return 0;
     }
     Options options;
