@@ -85,4 +85,10 @@ bool SameDouble(double a, double b) {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
+QString Describe(const PointRecord& p) {
+    return QStringLiteral("%1|%2|%3|%4")
+        .arg(p.Matricule, platform::DefaultText(p.X), platform::DefaultText(p.Y),
+             platform::DefaultText(p.Z));
+}
+
 } // namespace fuzz

@@ -88,4 +88,7 @@ QString TextOf(const std::uint8_t* data, std::size_t size);
 // Same value, or both NaN; +0 and -0 differ.
 bool SameDouble(double a, double b);
 
+// A point as "identifier|X|Y|Z", for the message of a mismatch.
+QString Describe(const PointRecord& p);
+
 } // namespace fuzz

@@ -75,12 +75,6 @@ bool near(double read, double written, double step) {
     return std::fabs(read - written) <= step * (1 + 1e-9) + std::fabs(written) * 1e-14;
 }
 
-QString describe(const PointRecord& p) {
-    return QStringLiteral("%1|%2|%3|%4")
-        .arg(p.Matricule, platform::DefaultText(p.X), platform::DefaultText(p.Y),
-             platform::DefaultText(p.Z));
-}
-
 } // namespace
 
 // The first byte: regional format, 2D or 3D, ExtCfg, the pattern and the
@@ -136,7 +130,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (std::size_t i = 0; i < count; ++i) {
             const PointRecord& p = first.state.Points[i];
             const PointRecord& q = second.state.Points[i];
-            const QString detail = describe(p) + QStringLiteral(" / ") + describe(q);
+            const QString detail = Describe(p) + QStringLiteral(" / ") + Describe(q);
             FUZZ_CHECK(q.Matricule == p.Matricule, detail);
             // Under "," a formatted or unformatted value keeps its decimals:
             // the reader turns the first comma back into a point.
@@ -176,7 +170,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (std::size_t i = 0; i < count; ++i) {
         const PointRecord& p = first.state.Points[i];
         const PointRecord& q = third.state.Points[3 * i];
-        const QString detail = describe(p) + QStringLiteral(" / ") + describe(q);
+        const QString detail = Describe(p) + QStringLiteral(" / ") + Describe(q);
         // Rounded by the pattern, then to three decimals.
         const double dxfStep = patternStep + 0.0005;
         if (carried(p.X))

@@ -34,12 +34,6 @@ void applySettings(Session& session, unsigned choice) {
     session.reloadSettings();
 }
 
-QString describe(const PointRecord& p) {
-    return QStringLiteral("%1|%2|%3|%4")
-        .arg(p.Matricule, platform::DefaultText(p.X), platform::DefaultText(p.Y),
-             platform::DefaultText(p.Z));
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -71,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         FUZZ_CHECK(
             p.Matricule == q.Matricule && SameDouble(p.X, q.X) && SameDouble(p.Y, q.Y) &&
                 SameDouble(p.Z, q.Z),
-            QStringLiteral("point %1: %2, line by line %3").arg(i).arg(describe(p), describe(q)));
+            QStringLiteral("point %1: %2, line by line %3").arg(i).arg(Describe(p), Describe(q)));
     }
     FUZZ_CHECK(a.CurrentMatricule == b.CurrentMatricule,
                a.CurrentMatricule.toText() + QStringLiteral(" / ") + b.CurrentMatricule.toText());
