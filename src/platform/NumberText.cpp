@@ -782,9 +782,11 @@ bool gatherLocaleNumber(QStringView text, const NumberFormat& fmt, AsciiNumber& 
     return i == end;
 }
 
-template <typename Real> Conversion readLocaleNumber(QStringView text, Real& value) {
+template <typename Real>
+Conversion readLocaleNumber(QStringView text, Real& value,
+                            const NumberFormat& fmt = NumberFormat::current()) {
     AsciiNumber gathered;
-    if (!gatherLocaleNumber(text, NumberFormat::current(), gathered))
+    if (!gatherLocaleNumber(text, fmt, gathered))
         return Conversion::Mismatch;
     return convert(gathered, value);
 }
@@ -1025,18 +1027,13 @@ double CDbl(QStringView text) {
 }
 
 float CSng(QStringView text) {
-    // Read straight to float: going through double could round twice.
-    float value = 0;
-    raise(readLocaleNumber(text, value));
-    return value;
+    return CSng(text, NumberFormat::current());
 }
 
 float CSng(QStringView text, const NumberFormat& fmt) {
-    AsciiNumber gathered;
-    if (!gatherLocaleNumber(text, fmt, gathered))
-        raise(Conversion::Mismatch);
+    // Read straight to float: going through double could round twice.
     float value = 0;
-    raise(convert(gathered, value));
+    raise(readLocaleNumber(text, value, fmt));
     return value;
 }
 

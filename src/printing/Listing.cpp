@@ -8,6 +8,7 @@
 #include "platform/RuntimeError.h"
 #include "state/GestionDonnee.h"
 
+#include <QVarLengthArray>
 #include <new>
 
 namespace printing_texts {
@@ -34,9 +35,14 @@ QStringList ListingHeader(const platform::ProgramVersion& version, const QDateTi
 }
 
 QString ListingLine(const platform::PointGridModel& grid, int row) {
-    return QStringLiteral("Matricule : ") + grid.textMatrix(row, 0) + QStringLiteral("     X : ") +
-           grid.textMatrix(row, 1) + QStringLiteral("     Y : ") + grid.textMatrix(row, 2) +
-           QStringLiteral("     Z : ") + grid.textMatrix(row, 3);
+    // The row's four cells decoded once, not once a cell.
+    QVarLengthArray<char16_t, 256> scratch;
+    QStringView cells[4];
+    grid.rowCells(row, 4, scratch, cells);
+    QString line = QStringLiteral("Matricule : ");
+    line.append(cells[0]).append(u"     X : ").append(cells[1]).append(u"     Y : ");
+    line.append(cells[2]).append(u"     Z : ").append(cells[3]);
+    return line;
 }
 
 bool PrintPointList(const GestionDonnee& state, platform::PrinterService& printer,

@@ -52,6 +52,18 @@ struct RowsRead {
     std::exception_ptr error;
 };
 
+// Widens box strictly to take in other.
+void widen(ViewBox& box, const ViewBox& other) {
+    if (other.right > box.right)
+        box.right = other.right;
+    if (other.left < box.left)
+        box.left = other.left;
+    if (other.top > box.top)
+        box.top = other.top;
+    if (other.bottom < box.bottom)
+        box.bottom = other.bottom;
+}
+
 // Fills the entries of the grid rows [begin, end) at firstIndex onwards.
 void readRows(const PointGridModel& grid, const NumberFormat& fmt, int begin, int end,
               ViewPoint* entries, RowsRead& read) {
@@ -70,17 +82,10 @@ void readRows(const PointGridModel& grid, const NumberFormat& fmt, int begin, in
         entry.Label = cells[0].toString();
         entry.ColourCode = 1;
         const float negY = -entry.Y;
-        ViewBox& box = read.extent;
+        const ViewBox at{entry.X, negY, entry.X, negY};
         if (read.rows == 0)
-            box = ViewBox{entry.X, negY, entry.X, negY};
-        if (entry.X > box.right)
-            box.right = entry.X;
-        if (entry.X < box.left)
-            box.left = entry.X;
-        if (negY > box.top)
-            box.top = negY;
-        if (negY < box.bottom)
-            box.bottom = negY;
+            read.extent = at;
+        widen(read.extent, at);
         ++read.rows;
     }
 }
@@ -115,17 +120,9 @@ void LoadView(PointView& view, const PointGridModel& grid, Progress& progress) {
         for (std::size_t part = 0; part < parts; ++part) {
             const RowsRead& done = read[part];
             if (done.rows > 0) {
-                ViewBox& full = view.fullExtent;
                 if (view.viewPointCount == 0)
-                    full = done.extent;
-                if (done.extent.right > full.right)
-                    full.right = done.extent.right;
-                if (done.extent.left < full.left)
-                    full.left = done.extent.left;
-                if (done.extent.top > full.top)
-                    full.top = done.extent.top;
-                if (done.extent.bottom < full.bottom)
-                    full.bottom = done.extent.bottom;
+                    view.fullExtent = done.extent;
+                widen(view.fullExtent, done.extent);
                 view.viewPointCount += float(done.rows);
                 for (int i = 0; i < done.rows; ++i)
                     progress.tick();
