@@ -1,6 +1,7 @@
 #include "TestRunner.h"
 #include "WindowFixture.h"
 
+#include "platform/NumberText.h"
 #include "platform/Printer.h"
 #include "printing/Form6.h"
 #include "printing/PrintingCommands.h"
@@ -12,7 +13,7 @@ namespace {
 
 const QString errorBox = QStringLiteral(
     "Erreur: Une erreur est survenu lors de l'impression. Retenter une impression. [critical ok]");
-const QString invalidCallReport = QStringLiteral(
+const QString invalidCall = QStringLiteral(
     "Tovalin: Erreur d'ex\u00E9cution '5' :\n\nArgument ou appel de proc\u00E9dure incorrect "
     "[critical ok]");
 
@@ -25,40 +26,94 @@ std::vector<InstalledPrinter> threePrinters() {
              OrientationPortrait}};
 }
 
+std::vector<PointRecord> pointsOf(int count) {
+    std::vector<PointRecord> points;
+    for (int i = 1; i <= count; ++i)
+        points.push_back({100.0 * i, 200.0 * i, 1.5, QStringLiteral("P") + QChar(u'0' + i)});
+    return points;
+}
+
 // The main window with points, the printing command wired to a scripted
-// printer.
+// printer whose current queue is the first.
 struct PrintFixture : WindowFixture {
     ScriptedPrinter printer;
 
-    explicit PrintFixture(int points = 2) : WindowFixture(pointsOf(points)) {
+    explicit PrintFixture(int points) : WindowFixture(pointsOf(points)) {
         printer.installed = threePrinters();
         printer.current = QStringLiteral("Bureau");
+        state.CurrentFileName = QStringLiteral("/terrain/jour1.xyz");
         InstallPrintingCommands(window, printer);
     }
-    static std::vector<PointRecord> pointsOf(int count) {
-        std::vector<PointRecord> points;
-        for (int i = 1; i <= count; ++i)
-            points.push_back({100.0 * i, 200.0 * i, 1.5, QStringLiteral("P") + QChar(u'0' + i)});
-        return points;
-    }
     Form6* dialog() const { return window.findChild<Form6*>(QStringLiteral("Form6")); }
-    template <typename T> T* control(const char* name) const {
-        return dialog() ? child<T>(dialog(), name) : nullptr;
+    template <typename T> T* control(const char* name) const { return child<T>(dialog(), name); }
+
+    // One step: "open" (the menu item), "choose N" (a queue picked in the
+    // list), "click CommandN", "fail N" (the printer fails at line N, 0 for
+    // never), "no printer", "no port N" (queue N has an empty port),
+    // "restore" (the three queues back).
+    void act(const QString& step) {
+        const auto n = [&] { return CInt(step.section(u' ', -1)); };
+        if (step == u"open") {
+            trigger("print");
+        } else if ((step.startsWith(u"choose") || step.startsWith(u"click")) && !dialog()) {
+            QFAIL(qPrintable(step + QStringLiteral(": no dialog")));
+        } else if (step.startsWith(u"choose")) {
+            control<QComboBox>("Combo1")->setCurrentIndex(n());
+            emit control<QComboBox>("Combo1")->activated(n());
+        } else if (step.startsWith(u"click")) {
+            control<QPushButton>(qPrintable(step.section(u' ', 1)))->click();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        } else if (step.startsWith(u"fail")) {
+            printer.failAtLine = n();
+        } else if (step == u"no printer") {
+            printer.installed.clear();
+        } else if (step.startsWith(u"no port")) {
+            printer.installed[std::size_t(n())].Port.clear();
+        } else if (step == u"restore") {
+            printer.installed = threePrinters();
+        } else {
+            QFAIL(qPrintable(step));
+        }
     }
-    QString text(const char* label) const { return control<QLabel>(label)->text(); }
-    void choose(int index) {
-        QComboBox* combo = control<QComboBox>("Combo1");
-        combo->setCurrentIndex(index);
-        emit combo->activated(index);
-    }
-    QString orientation() const {
-        return control<QRadioButton>("Option2")->isChecked()   ? QStringLiteral("Paysage")
-               : control<QRadioButton>("Option1")->isChecked() ? QStringLiteral("Portrait")
-                                                               : QStringLiteral("none");
+    // What the user sees: the dialog's queue, driver, port and orientation
+    // (or "closed"), the queue saved and in use, the documents printed (their
+    // line count and file line), those cancelled, the boxes shown.
+    QString seen() const {
+        QString out;
+        if (Form6* d = dialog()) {
+            const QString orientation = control<QRadioButton>("Option2")->isChecked()   ? "Paysage"
+                                        : control<QRadioButton>("Option1")->isChecked() ? "Portrait"
+                                                                                        : "none";
+            out = control<QComboBox>("Combo1")->currentText() + u'|' +
+                  control<QLabel>("Label2")->text() + u'|' + control<QLabel>("Label3")->text() +
+                  u'|' + orientation + (d->isEnabled() ? "" : " disabled");
+        } else {
+            out = QStringLiteral("closed");
+        }
+        out += QStringLiteral(" saved=") +
+               settings.values.value(QStringLiteral("Divers/NomImp"), QStringLiteral("-")) +
+               QStringLiteral(" current=") + printer.current;
+        for (const QStringList& lines : printer.ended)
+            out += QStringLiteral(" printed=%1:%2").arg(lines.size()).arg(lines.value(3));
+        if (printer.killed > 0)
+            out += QStringLiteral(" killed=%1").arg(printer.killed);
+        for (const QString& box : shownBoxes(boxes))
+            out += QStringLiteral(" box=") + box;
+        return out;
     }
 };
 
+struct Run {
+    int points;
+    QString stored; // "Section/NomImp=name", or nothing
+    QString steps;  // " & " between steps
+    QString seen;
+};
+
+const char* bureau = "Bureau|Pilote utilis\u00E9 : HP LaserJet 4|Port utilis\u00E9 : LPT1|none";
+
 } // namespace
+Q_DECLARE_METATYPE(Run)
 
 class tst_Form6 : public QObject {
     Q_OBJECT
@@ -66,20 +121,17 @@ private slots:
     void init() { QLocale::setDefault(frenchFormat()); }
 
     // Every control, in its order on the form, with its caption; the printer
-    // table is there but never shown.
+    // table is there, one name, driver, port and orientation a queue, but
+    // never shown.
     void controls() {
-        PrintFixture f;
+        PrintFixture f(2);
         f.trigger("print");
         Form6* dialog = f.dialog();
         QVERIFY(dialog != nullptr);
-        QVERIFY(dialog->isVisible());
-        QVERIFY(!dialog->isModal());
+        QVERIFY(dialog->isVisible() && !dialog->isModal());
         QCOMPARE(dialog->windowTitle(), QStringLiteral("Impression"));
         QStringList shown;
-        for (QObject* object : dialog->children()) {
-            auto* widget = qobject_cast<QWidget*>(object);
-            if (widget == nullptr)
-                continue;
+        for (QWidget* widget : dialog->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
             QString caption;
             if (auto* button = qobject_cast<QAbstractButton*>(widget))
                 caption = button->text();
@@ -96,190 +148,83 @@ private slots:
         QCOMPARE(f.control<QRadioButton>("Option2")->text(), QStringLiteral("Paysage"));
         QCOMPARE(f.control<QRadioButton>("Option1")->text(), QStringLiteral("Portrait"));
         QCOMPARE(f.control<QRadioButton>("Option1")->parent(), f.control<QGroupBox>("Frame1"));
-        QVERIFY(!f.control<QListWidget>("List1")->isVisible());
-        QCOMPARE(f.orientation(), QStringLiteral("none"));
-    }
-
-    void load_data() {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<QString>("combo");
-        QTest::addColumn<QString>("driver");
-        QTest::addColumn<QString>("port");
-        QTest::newRow("nothing remembered: the first printer") << QString() << "Bureau"
-                                                               << "HP LaserJet 4"
-                                                               << "LPT1";
-        QTest::newRow("remembered under Param\u00E8tre: that printer")
-            << QStringLiteral("Param\u00E8tre/NomImp=Atelier") << "Atelier"
-            << "Epson 24"
-            << "usb://E/";
-        QTest::newRow("only under Divers, where choosing saves it: the first printer")
-            << QStringLiteral("Divers/NomImp=Plans") << "Bureau"
-            << "HP LaserJet 4"
-            << "LPT1";
-        QTest::newRow("a name matches exactly or not at all")
-            << QStringLiteral("Param\u00E8tre/NomImp=atelier") << "Bureau"
-            << "HP LaserJet 4"
-            << "LPT1";
-    }
-    void load() {
-        QFETCH(QString, stored);
-        QFETCH(QString, combo);
-        QFETCH(QString, driver);
-        QFETCH(QString, port);
-        PrintFixture f;
-        if (!stored.isEmpty())
-            f.settings.values.insert(stored.section(u'=', 0, 0), stored.section(u'=', 1));
-        f.trigger("print");
-        QVERIFY(f.dialog() != nullptr);
-        QComboBox* names = f.control<QComboBox>("Combo1");
-        QCOMPARE(names->count(), 3);
-        QCOMPARE(names->currentText(), combo);
-        QCOMPARE(f.text("Label2"), QStringLiteral("Pilote utilis\u00E9 : ") + driver);
-        QCOMPARE(f.text("Label3"), QStringLiteral("Port utilis\u00E9 : ") + port);
-        QStringList table;
+        QCOMPARE(f.control<QComboBox>("Combo1")->count(), 3);
         QListWidget* list = f.control<QListWidget>("List1");
+        QVERIFY(!list->isVisible());
+        QStringList table;
         for (int i = 0; i < list->count(); ++i)
             table << list->item(i)->text();
         QCOMPARE(table, QStringList({"Bureau", "HP LaserJet 4", "LPT1:", "1", "Plans",
                                      "Generic PDF", "file:///tmp/plans.pdf", "2", "Atelier",
                                      "Epson 24", "usb://E/1", "1"}));
-        // Opening changes nothing: no setting written, the printer unchanged.
-        QVERIFY(!f.settings.values.contains(QStringLiteral("Divers/NomImp")) ||
-                stored.startsWith(QStringLiteral("Divers")));
-        QCOMPARE(f.printer.current, QStringLiteral("Bureau"));
     }
 
-    void choose_data() {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<QString>("orientation");
-        QTest::addColumn<QString>("port");
-        QTest::newRow("landscape printer") << 1 << "Paysage"
-                                           << "file:///tmp/plans.pd";
-        QTest::newRow("portrait printer") << 2 << "Portrait"
-                                          << "usb://E/";
+    void run_data() {
+        Rows<Run> row;
+        const QString plans = "Plans|Pilote utilis\u00E9 : Generic PDF|Port utilis\u00E9 : "
+                              "file:///tmp/plans.pd|Paysage";
+        const QString atelier = "Atelier|Pilote utilis\u00E9 : Epson 24|Port utilis\u00E9 : "
+                                "usb://E/|Portrait";
+        const QString printed = " printed=7:Fichier : /terrain/jour1.xyz";
+        // Opening shows the queue remembered under "Paramètre", else the
+        // first; it saves nothing and leaves the printer in use alone.
+        row("nothing remembered", {2, "", "open", bureau + QString(" saved=- current=Bureau")});
+        row("remembered under Paramètre",
+            {2, "Param\u00E8tre/NomImp=Atelier", "open",
+             "Atelier|Pilote utilis\u00E9 : Epson 24|Port utilis\u00E9 "
+             ": usb://E/|none saved=- current=Bureau"});
+        // Where choosing saves it, yet not where the dialog looks.
+        row("remembered under Divers only",
+            {2, "Divers/NomImp=Plans", "open", bureau + QString(" saved=Plans current=Bureau")});
+        row("names match exactly", {2, "Param\u00E8tre/NomImp=atelier", "open",
+                                    bureau + QString(" saved=- current=Bureau")});
+        // Choosing shows the queue and its orientation, saves it under
+        // "Divers" and makes it the printer in use, which it stays; the next
+        // opening still shows the first.
+        row("landscape queue chosen",
+            {2, "", "open & choose 1", plans + " saved=Plans current=Plans"});
+        row("portrait queue chosen",
+            {2, "", "open & choose 2", atelier + " saved=Atelier current=Atelier"});
+        row("chosen, closed, opened", {2, "", "open & choose 1 & click Command2 & open",
+                                       bureau + QString(" saved=Plans current=Plans")});
+        // Printing closes the dialog; an error cancels the document and keeps
+        // the dialog for another try.
+        row("printed", {3, "", "open & click Command1", "closed saved=- current=Bureau" + printed});
+        row("error keeps the dialog",
+            {3, "", "fail 3 & open & click Command1",
+             bureau + QString(" saved=- current=Bureau killed=1 box=") + errorBox});
+        row("error, then printed",
+            {3, "", "fail 3 & open & click Command1 & fail 0 & click Command1",
+             "closed saved=- current=Bureau" + printed + " killed=1 box=" + errorBox});
+        // An empty list: nothing at all, not even a message.
+        row("empty list", {0, "", "open", "closed saved=- current=Bureau"});
+        // A load that fails reports the error and leaves no dialog; the menu
+        // still answers. A queue chosen with an empty port fails the same way.
+        row("no printer",
+            {2, "", "no printer & open", "closed saved=- current=Bureau box=" + invalidCall});
+        row("first port empty", {2, "", "no port 0 & open & restore & open",
+                                 bureau + QString(" saved=- current=Bureau box=") + invalidCall});
+        row("chosen port empty",
+            {2, "", "no port 2 & open & choose 2",
+             "Atelier|Pilote utilis\u00E9 : Epson 24|Port utilis\u00E9 : LPT1|none "
+             "saved=- current=Bureau box=" +
+                 invalidCall});
     }
-    // Choosing shows the printer, its orientation, saves it under Divers and
-    // makes it the current printer; the next opening still shows the first.
-    void choose() {
-        QFETCH(int, index);
-        QFETCH(QString, orientation);
-        QFETCH(QString, port);
-        PrintFixture f;
-        f.trigger("print");
-        f.choose(index);
-        const QString name = threePrinters()[std::size_t(index)].DeviceName;
-        QCOMPARE(f.orientation(), orientation);
-        QCOMPARE(f.text("Label3"), QStringLiteral("Port utilis\u00E9 : ") + port);
-        QCOMPARE(f.text("Label2"), QStringLiteral("Pilote utilis\u00E9 : ") +
-                                       threePrinters()[std::size_t(index)].DriverName);
-        QCOMPARE(f.settings.values.value(QStringLiteral("Divers/NomImp")), name);
-        QVERIFY(!f.settings.values.contains(QStringLiteral("Param\u00E8tre/NomImp")));
-        QCOMPARE(f.printer.current, name);
-
-        f.control<QPushButton>("Command2")->click();
-        QTRY_VERIFY(f.dialog() == nullptr);
-        QCOMPARE(f.printer.current, name); // stays the program's printer
-        f.trigger("print");
-        QCOMPARE(f.control<QComboBox>("Combo1")->currentText(), QStringLiteral("Bureau"));
-        QVERIFY(f.boxes.boxes().empty());
-    }
-
-    void printAndClose() {
-        PrintFixture f(3);
-        f.state.CurrentFileName = QStringLiteral("/terrain/jour1.xyz");
+    void run() {
+        QFETCH(Run, c);
+        PrintFixture f(c.points);
+        if (!c.stored.isEmpty())
+            f.settings.values.insert(c.stored.section(u'=', 0, 0), c.stored.section(u'=', 1));
         const QString caption = f.window.windowTitle();
-        f.trigger("print");
-        f.control<QPushButton>("Command1")->click();
-        QTRY_VERIFY(f.dialog() == nullptr);
-        QCOMPARE(f.printer.ended.size(), std::size_t(1));
-        const QStringList lines = f.printer.ended.front();
-        QCOMPARE(lines.size(), 7);
-        QCOMPARE(lines[3], QStringLiteral("Fichier : /terrain/jour1.xyz"));
-        QCOMPARE(lines[6], QStringLiteral("Matricule : P3     X : 300,000     Y : 600,000     Z : "
-                                          "1,500"));
+        for (const QString& step : items(c.steps)) {
+            f.act(step);
+            if (QTest::currentTestFailed())
+                return;
+        }
+        QCOMPARE(f.seen(), c.seen);
         QCOMPARE(f.window.windowTitle(), caption);
-        QVERIFY(f.boxes.boxes().empty());
         QVERIFY(f.window.menuBar()->isEnabled());
-    }
-
-    // The error message, the document cancelled; the dialog stays for another
-    // try, which prints.
-    void errorKeepsTheDialog() {
-        PrintFixture f;
-        f.printer.failAtLine = 3;
-        f.boxes.answerMessage(MsgAnswer::Ok);
-        f.trigger("print");
-        f.control<QPushButton>("Command1")->click();
-        QCOMPARE(shownBoxes(f.boxes), QStringList{errorBox});
-        QCOMPARE(f.printer.killed, 1);
-        QVERIFY(f.printer.ended.empty());
-        QVERIFY(f.dialog() != nullptr && f.dialog()->isVisible());
-        QVERIFY(f.dialog()->isEnabled());
-        f.printer.failAtLine = 0;
-        f.control<QPushButton>("Command1")->click();
-        QTRY_VERIFY(f.dialog() == nullptr);
-        QCOMPARE(f.printer.ended.size(), std::size_t(1));
-    }
-
-    void emptyListDoesNothing() {
-        PrintFixture f(0);
-        f.trigger("print");
-        QVERIFY(f.dialog() == nullptr);
-        QVERIFY(f.boxes.boxes().empty());
-    }
-
-    void loadFailures_data() {
-        QTest::addColumn<bool>("noPrinter");
-        QTest::newRow("no printer at all") << true;
-        QTest::newRow("a port of zero length") << false;
-    }
-    // The load fails with the run-time error report; no dialog is left and the
-    // program goes on (the points are still there, the menu answers).
-    void loadFailures() {
-        QFETCH(bool, noPrinter);
-        PrintFixture f;
-        if (noPrinter)
-            f.printer.installed.clear();
-        else
-            f.printer.installed[0].Port.clear();
-        f.boxes.answerMessage(MsgAnswer::Ok);
-        f.trigger("print");
-        QCOMPARE(shownBoxes(f.boxes), QStringList{invalidCallReport});
-        QVERIFY(f.dialog() == nullptr);
-        QCOMPARE(f.state.Grid.rows(), 3);
-        QVERIFY(f.window.menuBar()->isEnabled());
-        f.printer.installed = threePrinters();
-        f.trigger("print");
-        QVERIFY(f.dialog() != nullptr);
-    }
-
-    // A printer whose port is empty fails when chosen, with the same report;
-    // the dialog stays.
-    void choosingAnEmptyPort() {
-        PrintFixture f;
-        f.printer.installed[2].Port.clear();
-        f.trigger("print");
-        f.boxes.answerMessage(MsgAnswer::Ok);
-        f.choose(2);
-        QCOMPARE(shownBoxes(f.boxes), QStringList{invalidCallReport});
-        QVERIFY(f.dialog() != nullptr);
-        QCOMPARE(f.printer.current, QStringLiteral("Bureau"));
-    }
-
-    void portShown_data() {
-        QTest::addColumn<QString>("port");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("LPT1:") << "LPT1:"
-                               << "LPT1";
-        QTest::newRow("one character") << "x"
-                                       << "";
-        QTest::newRow("an address") << "ipp://h/p"
-                                    << "ipp://h/";
-    }
-    void portShown() {
-        QFETCH(QString, port);
-        QFETCH(QString, shown);
-        QCOMPARE(Form6::PortShown(port), shown);
+        QCOMPARE(f.state.Grid.rows(), c.points + 1);
     }
 };
 
