@@ -5,6 +5,7 @@
 
 #include <QRandomGenerator64>
 #include <QTest>
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdio>
@@ -203,6 +204,15 @@ void TestNumberAgreement::fixedDecimalsAgreeWithPrintf_data() {
     for (const char* pattern : {"0", "0.0", "0.000", "0.000000", "###,###,###,##0.000", "##.000",
                                 "#.##", "0.0##", "#,##0.00##"})
         QTest::newRow(pattern) << QString::fromLatin1(pattern);
+    // Patterns of any length, as a hand-edited settings file can hold them.
+    for (const int zeros : {19, 20, 21, 40, 65, 200}) {
+        const QString digits(zeros, u'0');
+        QTest::newRow(qPrintable(QStringLiteral("%1 zeros").arg(zeros))) << digits;
+        QTest::newRow(qPrintable(QStringLiteral("%1 grouped, 3 decimals").arg(zeros)))
+            << QStringLiteral("#,") + digits + QStringLiteral(".000");
+        QTest::newRow(qPrintable(QStringLiteral("%1 decimals").arg(zeros)))
+            << QStringLiteral("0.") + digits;
+    }
 }
 
 void TestNumberAgreement::fixedDecimalsAgreeWithPrintf() {
@@ -217,13 +227,24 @@ void TestNumberAgreement::fixedDecimalsAgreeWithPrintf() {
             value = std::fmod(value, 1e20);
         const QString expected = referenceFormat(value, pattern, fmt.decimal, fmt.group);
         const QString actual = compiled.format(value);
-        char utf8[NumberPattern::kUtf8Room];
+        TextBuffer buffer;
+        buffer.append(u"[", 1);
+        compiled.append(buffer, value);
+        const QStringView appended(buffer.constData(), buffer.size());
+        // The UTF-8 writer either writes the whole text within its room or
+        // leaves it to the others; the bytes past the room stay as they were.
+        char utf8[NumberPattern::kUtf8Room + 256];
+        std::fill(std::begin(utf8), std::end(utf8), '~');
         const int written = compiled.writeUtf8(value, utf8);
+        QVERIFY(written <= NumberPattern::kUtf8Room &&
+                std::all_of(utf8 + NumberPattern::kUtf8Room, std::end(utf8),
+                            [](char c) { return c == '~'; }));
         if (written >= 0 && QByteArray(utf8, written) != expected.toUtf8())
             QFAIL(qPrintable(QStringLiteral("%1 under %2 as UTF-8: %3, printf says %4")
                                  .arg(value, 0, 'g', 17)
                                  .arg(pattern, QString::fromUtf8(utf8, written), expected)));
-        if (actual != expected || Format(value, pattern, fmt) != expected)
+        if (actual != expected || Format(value, pattern, fmt) != expected ||
+            appended != QString(u'[' + expected))
             QFAIL(qPrintable(QStringLiteral("%1 under %2: %3, printf says %4")
                                  .arg(value, 0, 'g', 17)
                                  .arg(pattern, actual, expected)));
