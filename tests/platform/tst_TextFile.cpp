@@ -60,7 +60,6 @@ private slots:
     void lineSplitting();
 
     void writer();
-    void writerFlushesLargeOutput();
     void diskFullIsError61();
 
     void openErrors_data();
@@ -179,35 +178,25 @@ void TestTextFile::writer() {
     writer.writeBytes("raw\r\n");
     writer.writeLine(QStringLiteral("€ \u6f22"));
     writer.writeLine(all);
-    writer.close();
-    QCOMPARE(errorOf([&] { writer.writeLine(u"y"); }), 52);
-    QCOMPARE(readBytes(path("out.txt")), "a\tb\r\n\r\nraw\r\n\x80 ?\r\n" + bytes + "\r\n");
-    LineReader reader(path("out.txt"));
-    QStringList lines;
-    while (!reader.atEnd())
-        lines << reader.readLine();
-    QCOMPARE(lines, (QStringList{"a\tb", "", "raw", "€ ?", all}));
-}
-
-void TestTextFile::writerFlushesLargeOutput() {
-    // Several buffer blocks, with lines straddling the block boundaries.
+    // Then several buffer blocks, lines straddling the block boundaries.
     const int count = 120000;
     const QString pad(20, QLatin1Char('x'));
-    {
-        LineWriter writer(path("big.txt"));
-        for (int i = 0; i < count; ++i)
-            writer.writeLine(QStringLiteral("%1;é;%2").arg(i).arg(pad));
-    }
-    LineReader reader(path("big.txt"));
+    for (int i = 0; i < count; ++i)
+        writer.writeLine(QStringLiteral("%1;é;%2").arg(i).arg(pad));
+    writer.close();
+    QCOMPARE(errorOf([&] { writer.writeLine(u"y"); }), 52);
+    const QByteArray head = "a\tb\r\n\r\nraw\r\n\x80 ?\r\n" + bytes + "\r\n";
+    QCOMPARE(readBytes(path("out.txt")).first(head.size()), head);
+    LineReader reader(path("out.txt"));
     QVERIFY(reader.size() > 2 * 1024 * 1024);
-    int n = 0;
-    while (!reader.atEnd()) {
-        const QString line = reader.readLine();
-        if (line != QStringLiteral("%1;é;%2").arg(n).arg(pad))
-            QFAIL(qPrintable(QStringLiteral("line %1 reads %2").arg(n).arg(line)));
-        ++n;
+    QStringList lines;
+    for (int n = 0; !reader.atEnd(); ++n) {
+        lines << reader.readLine();
+        if (n >= 5 && lines.last() != QStringLiteral("%1;é;%2").arg(n - 5).arg(pad))
+            QFAIL(qPrintable(QStringLiteral("line %1 reads %2").arg(n).arg(lines.last())));
     }
-    QCOMPARE(n, count);
+    QCOMPARE(lines.first(5), (QStringList{"a\tb", "", "raw", "€ ?", all}));
+    QCOMPARE(lines.size(), count + 5);
 }
 
 void TestTextFile::diskFullIsError61() {
