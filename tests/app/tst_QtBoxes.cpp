@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "TestRunner.h"
 
 #include "platform/QtDialogs.h"
@@ -25,21 +26,17 @@ private slots:
 };
 
 void TestQtBoxes::lineBreaks_data() {
-    QTest::addColumn<QString>("prompt");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("lone CR") << "Entrez la taille de la police\rExemple : 1"
-                             << "Entrez la taille de la police\nExemple : 1";
-    QTest::newRow("CR LF") << "Une erreur c'est produite\r\nVous devez réinstaller Tovalin"
-                           << "Une erreur c'est produite\nVous devez réinstaller Tovalin";
-    QTest::newRow("lone LF") << "a\nb"
-                             << "a\nb";
-    QTest::newRow("CR CR") << "Point trouvé\r\rNum= 9"
-                           << "Point trouvé\n\nNum= 9";
+    testing::Rows<std::pair<QString, QString>> row; // the prompt, the text shown
+    row("lone CR", {"Entrez la taille\rExemple : 1", "Entrez la taille\nExemple : 1"});
+    row("CR LF", {"Une erreur\r\nVous devez", "Une erreur\nVous devez"});
+    row("lone LF", {"a\nb", "a\nb"});
+    row("CR CR", {"Point trouvé\r\rNum= 9", "Point trouvé\n\nNum= 9"});
 }
 
 void TestQtBoxes::lineBreaks() {
-    QFETCH(QString, prompt);
-    QFETCH(QString, shown);
+    using Break = std::pair<QString, QString>;
+    QFETCH(Break, c);
+    const auto& [prompt, shown] = c;
     for (const bool input : {false, true}) {
         auto texts = std::make_shared<QStringList>();
         QTimer::singleShot(0, [texts] {
@@ -69,18 +66,15 @@ void TestQtBoxes::keyboard_data() {
     QTest::addColumn<MsgAnswer>("answer");
     const auto alt = Qt::KeyboardModifiers(Qt::AltModifier);
     const auto none = Qt::KeyboardModifiers(Qt::NoModifier);
-    QTest::newRow("Alt+O, Oui") << MsgButtons::YesNo << int(Qt::Key_O) << alt << MsgAnswer::Yes;
-    QTest::newRow("Alt+N, Non") << MsgButtons::YesNo << int(Qt::Key_N) << alt << MsgAnswer::No;
-    QTest::newRow("O alone") << MsgButtons::YesNo << int(Qt::Key_O) << none << MsgAnswer::Yes;
-    QTest::newRow("N alone") << MsgButtons::YesNoCancel << int(Qt::Key_N) << none << MsgAnswer::No;
-    QTest::newRow("Alt+A, Annuler")
-        << MsgButtons::YesNoCancel << int(Qt::Key_A) << alt << MsgAnswer::Cancel;
-    QTest::newRow("Escape, Non") << MsgButtons::YesNo << int(Qt::Key_Escape) << none
-                                 << MsgAnswer::No;
-    QTest::newRow("Escape, Annuler")
-        << MsgButtons::YesNoCancel << int(Qt::Key_Escape) << none << MsgAnswer::Cancel;
-    QTest::newRow("Return, Oui first")
-        << MsgButtons::YesNoCancel << int(Qt::Key_Return) << none << MsgAnswer::Yes;
+    const MsgButtons yesNo = MsgButtons::YesNo, three = MsgButtons::YesNoCancel;
+    QTest::newRow("Alt+O, Oui") << yesNo << int(Qt::Key_O) << alt << MsgAnswer::Yes;
+    QTest::newRow("Alt+N, Non") << yesNo << int(Qt::Key_N) << alt << MsgAnswer::No;
+    QTest::newRow("O alone") << yesNo << int(Qt::Key_O) << none << MsgAnswer::Yes;
+    QTest::newRow("N alone") << three << int(Qt::Key_N) << none << MsgAnswer::No;
+    QTest::newRow("Alt+A, Annuler") << three << int(Qt::Key_A) << alt << MsgAnswer::Cancel;
+    QTest::newRow("Escape, Non") << yesNo << int(Qt::Key_Escape) << none << MsgAnswer::No;
+    QTest::newRow("Escape, Annuler") << three << int(Qt::Key_Escape) << none << MsgAnswer::Cancel;
+    QTest::newRow("Return, Oui first") << three << int(Qt::Key_Return) << none << MsgAnswer::Yes;
 }
 
 // Oui, Non and Annuler from the keyboard, with the letters a French desktop

@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "TestRunner.h"
 
 #include "app/FileCommands.h"
@@ -18,6 +19,17 @@
 #include <QTreeView>
 
 using namespace platform;
+
+namespace {
+// A file of that many bytes listed under that regional format: its size and
+// date as shown.
+struct Details {
+    QLocale regional;
+    qint64 bytes;
+    QString size, date;
+};
+} // namespace
+Q_DECLARE_METATYPE(Details)
 
 // Qt's own file dialog as the program shows it: French labels from Qt's
 // translation, each filter once, the filter chosen remembered, and the list's
@@ -54,54 +66,37 @@ void TestQtFileDialog::cleanup() {
 }
 
 void TestQtFileDialog::fileTypes_data() {
-    QTest::addColumn<QString>("type");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("folder") << "Folder"
-                            << "Dossier";
-    QTest::newRow("drive") << "Drive"
-                           << "Lecteur";
-    QTest::newRow("link") << "Shortcut"
-                          << "Raccourci";
-    QTest::newRow("file") << "File"
-                          << "Fichier";
-    QTest::newRow("by suffix") << "xyz File"
-                               << "Fichier xyz";
-    QTest::newRow("MIME comment") << "document brut"
-                                  << "document brut";
-    QTest::newRow("already French") << "Dossier"
-                                    << "Dossier";
-    QTest::newRow("File inside a word") << "Profile"
-                                        << "Profile";
+    testing::Rows<std::pair<QString, QString>> row; // Qt's type, the type shown
+    row("folder", {"Folder", "Dossier"});
+    row("drive", {"Drive", "Lecteur"});
+    row("link", {"Shortcut", "Raccourci"});
+    row("file", {"File", "Fichier"});
+    row("by suffix", {"xyz File", "Fichier xyz"});
+    row("MIME comment", {"document brut", "document brut"});
+    row("already French", {"Dossier", "Dossier"});
+    row("File inside a word", {"Profile", "Profile"});
 }
 
 void TestQtFileDialog::fileTypes() {
-    QFETCH(QString, type);
-    QFETCH(QString, shown);
-    QCOMPARE(FrenchFileType(type), shown);
+    using Type = std::pair<QString, QString>;
+    QFETCH(Type, c);
+    QCOMPARE(FrenchFileType(c.first), c.second);
 }
 
 void TestQtFileDialog::details_data() {
-    QTest::addColumn<QLocale>("regional");
-    QTest::addColumn<qint64>("bytes");
-    QTest::addColumn<QString>("size");
-    QTest::addColumn<QString>("date");
+    testing::Rows<Details> row;
     const QLocale french(QLocale::French, QLocale::France);
     const QLocale english(QLocale::English, QLocale::UnitedStates);
-    QTest::newRow("French, bytes") << french << qint64(235) << "235 octets"
-                                   << "05/03/2026 14:07";
-    QTest::newRow("French, kibibytes") << french << qint64(1400) << "1,37 Kio"
-                                       << "05/03/2026 14:07";
-    QTest::newRow("English, kibibytes") << english << qint64(1400) << "1.37 KiB"
-                                        << "3/5/26";
+    row("French, bytes", {french, 235, "235 octets", "05/03/2026 14:07"});
+    row("French, kibibytes", {french, 1400, "1,37 Kio", "05/03/2026 14:07"});
+    row("English, kibibytes", {english, 1400, "1.37 KiB", "3/5/26"});
 }
 
 // The list of a real folder through Qt's file model, read back as the
 // dialog's view reads it.
 void TestQtFileDialog::details() {
-    QFETCH(QLocale, regional);
-    QFETCH(qint64, bytes);
-    QFETCH(QString, size);
-    QFETCH(QString, date);
+    QFETCH(Details, c);
+    const auto& [regional, bytes, size, date] = c;
     QLocale::setDefault(regional);
     QTemporaryDir folder;
     QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("levés")));
