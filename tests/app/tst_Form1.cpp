@@ -5,6 +5,7 @@
 #include "state/Startup.h"
 
 #include <QFile>
+#include <QHeaderView>
 
 using namespace testing;
 using namespace platform;
@@ -150,7 +151,11 @@ void TestForm1::startUpLook() {
               "mnu_lien_site:Visiter le site internet: & < & - & apropos:A propos de...: & <"));
     // "fichier" here, "fichiers" once a file is open.
     QCOMPARE(f.window.windowTitle(), QStringLiteral("Editeur de fichier XYZ et DXF"));
-    QCOMPARE(f.window.grid()->columnWidth(1), 100); // 1500 twips at 96 dots per inch
+    // 1000, 1500, 1500 and 1100 twips at 96 dots per inch.
+    const QTableView* grid = f.window.grid();
+    QCOMPARE(QList<int>({grid->columnWidth(0), grid->columnWidth(1), grid->columnWidth(2),
+                         grid->columnWidth(3)}),
+             QList<int>({67, 100, 100, 73}));
 }
 
 void TestForm1::openFilesFromCommandLine() {
@@ -162,7 +167,14 @@ void TestForm1::openFilesFromCommandLine() {
     writeBytes(first, "7,1,2,3\r\n8,1,2,3\r\n9,4,5,6\r\n");
     writeBytes(second, "0\r\nSECTION\r\n2\r\nENTITIES\r\n0\r\nPOINT\r\n8\r\n0\r\n10\r\n1\r\n20\r\n"
                        "2\r\n30\r\n3\r\n0\r\nENDSEC\r\n0\r\nEOF\r\n");
-    f.window.OpenFiles({first, second});
+    // Read into an empty list, the header row is not fixed and scrolls with the
+    // points: it is the list's first row, and the view's own header is hidden.
+    f.window.OpenFiles({first});
+    QCOMPARE(f.state.Grid.fixedRows(), 0);
+    QVERIFY(f.window.grid()->horizontalHeader()->isHidden());
+    QCOMPARE(gridRow(f.state, 0), items("Matricule & X & Y & Z"));
+    f.window.OpenFiles({second});
+    QCOMPARE(f.state.Grid.fixedRows(), 1);
 
     QCOMPARE(gridColumn(f.state, 0), items("7 & 8 & 9 & 1"));
     QCOMPARE(f.window.windowTitle(), QStringLiteral("Editeur de fichiers XYZ et DXF"));

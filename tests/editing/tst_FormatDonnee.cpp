@@ -126,6 +126,10 @@ void TestFormatDonnee::okRewritesTheList() {
     const QStringList before = gridRow(f.state, c.empty ? 0 : 1);
 
     FormatDonnee& dialog = f.open();
+    QStringList entries;
+    for (int i = 0; i < f.combo()->count(); ++i)
+        entries << f.combo()->itemText(i);
+    QCOMPARE(entries, items("0 & 0.0 & 0.00 & 0.000 & 0.0000 & 0.00000 & 0.000000"));
     QCOMPARE(f.combo()->currentText(), c.shown);
     QCOMPARE(f.check()->isChecked(), c.flag == 1);
     if (!c.pattern.isEmpty())

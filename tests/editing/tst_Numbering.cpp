@@ -3,6 +3,7 @@
 
 #include "editing/Form5.h"
 #include "editing/FormatDonnee.h"
+#include "editing/Numbering.h"
 #include "editing/NumberingCommands.h"
 
 using namespace testing;
@@ -126,6 +127,14 @@ void TestNumbering::numbering() {
     f.click(button);
     if (c.mode == u"Re")
         QCOMPARE(storedNames(f.state), items(c.expected));
+    // The caption counts the points in order, then shows the list being rebuilt.
+    RecordingProgress progress;
+    float counter = 0;
+    QVERIFY(NumberPoints(f.state, f.boxes, QStringLiteral("1"), NumberingMode::Replace, counter,
+                         progress));
+    QCOMPARE(progress.history, items("Immatriculation 1/3 & Immatriculation 2/3 & "
+                                     "Immatriculation 3/3 & Affichage en cours... & "
+                                     "Immatriculation"));
 }
 
 void TestNumbering::menusOpenOneDialogEach() {

@@ -141,6 +141,20 @@ private slots:
 
         click(child<QPushButton>(about, "Command1"));
         QVERIFY(!about->isVisible());
+
+        // Chosen again and again, each command shows its one window again.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        for (const char* item : {"apropos", "help", "apropos", "help"})
+            f.trigger(item);
+        for (const char* name : {"Form4", "frmAide"}) {
+            int shown = 0;
+            for (QWidget* widget : QApplication::topLevelWidgets())
+                shown += widget->objectName() == QLatin1String(name) && widget->isVisible();
+            QVERIFY2(shown == 1, name);
+        }
+        f.topLevel<Form4>("Form4")->hide();
+        f.trigger("apropos");
+        QVERIFY(f.topLevel<Form4>("Form4"));
     }
 
     void aboutBoxHoverAndClicks() {

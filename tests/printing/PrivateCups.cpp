@@ -170,7 +170,7 @@ QString PrivateCups::spooledDocument(int job) const {
     return dir_.filePath(QStringLiteral("spool/d%1-001").arg(job, 5, 10, QLatin1Char('0')));
 }
 
-bool PrivateCups::addQueue(const QString& name, bool landscape) {
+bool PrivateCups::addQueue(const QString& name, int orientation) {
     QStringList arguments{QStringLiteral("-p"),
                           name,
                           QStringLiteral("-E"),
@@ -178,8 +178,8 @@ bool PrivateCups::addQueue(const QString& name, bool landscape) {
                           QStringLiteral("file://") + outputOf(name),
                           QStringLiteral("-m"),
                           driverModel()};
-    if (landscape)
-        arguments << QStringLiteral("-o") << QStringLiteral("orientation-requested-default=4");
+    arguments << QStringLiteral("-o")
+              << QStringLiteral("orientation-requested-default=%1").arg(orientation);
     return command(QStringLiteral("lpadmin"), arguments);
 }
 

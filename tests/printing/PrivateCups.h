@@ -25,8 +25,9 @@ public:
     const QString& failure() const { return failure_; }
 
     // A queue printing to file NAME.pdf of the folder, through the generic
-    // PDF printer's driver; landscape gives it that default orientation.
-    bool addQueue(const QString& name, bool landscape = false);
+    // PDF printer's driver, with that default orientation (IPP's codes: 3
+    // portrait, 4 landscape, 5 reverse landscape, 6 reverse portrait).
+    bool addQueue(const QString& name, int orientation = 3);
     // A queue whose device cannot be opened; the scheduler stops it when a
     // job fails on it.
     bool addFailingQueue(const QString& name);

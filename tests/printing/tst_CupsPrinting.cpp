@@ -119,12 +119,13 @@ private slots:
             QFAIL(
                 qPrintable(QStringLiteral("no CUPS scheduler for the test: ") + cups_->failure()));
         QVERIFY2(cups_->addQueue(QStringLiteral("Bureau")), "lpadmin: portrait queue");
-        QVERIFY2(cups_->addQueue(QStringLiteral("Plans"), true), "lpadmin: landscape queue");
+        QVERIFY2(cups_->addQueue(QStringLiteral("Plans"), 4), "lpadmin: landscape queue");
+        QVERIFY2(cups_->addQueue(QStringLiteral("Rouleau"), 5), "lpadmin: reverse landscape");
     }
     void cleanupTestCase() { cups_.reset(); }
 
     // The dialog lists the scheduler's queues, each with its driver and port;
-    // choosing the landscape one selects "Paysage".
+    // choosing a landscape one, reverse landscape too, selects "Paysage".
     void listsTheQueues() {
         CupsFixture f(points(2));
         f.trigger("print");
@@ -136,7 +137,9 @@ private slots:
         const QString bureau =
             QStringLiteral("file://") + cups_->outputOf(QStringLiteral("Bureau"));
         const QString plans = QStringLiteral("file://") + cups_->outputOf(QStringLiteral("Plans"));
-        QCOMPARE(table, QStringList({"Bureau", driver, bureau, "1", "Plans", driver, plans, "2"}));
+        const QString roll = QStringLiteral("file://") + cups_->outputOf(QStringLiteral("Rouleau"));
+        QCOMPARE(table, QStringList({"Bureau", driver, bureau, "1", "Plans", driver, plans, "2",
+                                     "Rouleau", driver, roll, "2"}));
         QCOMPARE(f.control<QComboBox>("Combo1")->currentText(), QStringLiteral("Bureau"));
         QCOMPARE(f.control<QLabel>("Label3")->text(),
                  QStringLiteral("Port utilis\u00E9 : ") + bureau.chopped(1));
@@ -149,6 +152,8 @@ private slots:
         QCOMPARE(f.settings.values.value(QStringLiteral("Divers/NomImp")), QStringLiteral("Plans"));
         f.choose(QStringLiteral("Bureau"));
         QVERIFY(f.control<QRadioButton>("Option1")->isChecked());
+        f.choose(QStringLiteral("Rouleau"));
+        QVERIFY(f.control<QRadioButton>("Option2")->isChecked());
     }
 
     void printsTheList_data() {
