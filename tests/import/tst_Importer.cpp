@@ -168,7 +168,7 @@ void TestImporter::samples_data() {
         {"precision.csv",
          {},
          utf8 + "séparateur virgule, décimale point, 1 ligne d'en-tête, colonnes id,x,y,z",
-         "007|0.1|-12345678.12345679|0.001 & P 2|123456789012.345|5e-324|-0",
+         "007|0.1|-12345678.12345679|0.001 & P 2|123456789012.345|5e-324|0",
          ""});
     row("bad rows",
         {"bad-rows.csv",
