@@ -37,23 +37,27 @@ Form1::Form1(GestionDonnee& points, Services services, QWidget* parent)
     Grid->horizontalHeader()->setHighlightSections(false);
     Grid->verticalHeader()->setDefaultSectionSize(Grid->fontMetrics().height() + 4);
     // The grid's current row follows the view's, in grid rows (header included).
+    using platform::Guarded;
+    platform::MessageBoxService& messages = MainWindowHost::services().messages;
     connect(Grid->selectionModel(), &QItemSelectionModel::currentChanged, this,
-            [this](const QModelIndex& current) {
+            Guarded(messages, [this](const QModelIndex& current) {
                 if (!current.isValid())
                     return;
                 state().Grid.setRow(current.row() + state().Grid.fixedRows());
                 state().Grid.setCol(current.column());
-            });
+            }));
     // While a row is removed the view makes the row below current, before
     // it moves up: once it has, the current row is the one that took the
     // removed row's place again, as the grid keeps it.
-    connect(&state().Grid, &QAbstractItemModel::rowsRemoved, this, [this] {
+    connect(&state().Grid, &QAbstractItemModel::rowsRemoved, this, Guarded(messages, [this] {
         const QModelIndex current = Grid->selectionModel()->currentIndex();
         if (current.isValid())
             state().Grid.setRow(current.row() + state().Grid.fixedRows());
-    });
-    connect(&state().Grid, &QAbstractItemModel::modelReset, this, &Form1::syncGridView);
-    connect(&state().Grid, &QAbstractItemModel::headerDataChanged, this, &Form1::syncGridView);
+    }));
+    connect(&state().Grid, &QAbstractItemModel::modelReset, this,
+            Guarded(messages, [this] { syncGridView(); }));
+    connect(&state().Grid, &QAbstractItemModel::headerDataChanged, this,
+            Guarded(messages, [this] { syncGridView(); }));
     layout->addWidget(Grid);
 
     // Nothing fills this list; it is kept hidden, with its double click

@@ -114,8 +114,9 @@ Form3::Form3(GestionDonnee& state, MessageBoxService& messages, QWidget* mainWin
 
     for (QLineEdit* coordinate : {Text1, Text2, Text3}) {
         coordinate->installEventFilter(this);
-        connect(coordinate, &QLineEdit::textChanged, this,
-                [this, coordinate] { coordinateChanged(coordinate); });
+        connect(
+            coordinate, &QLineEdit::textChanged, this,
+            platform::Guarded(messages_, [this, coordinate] { coordinateChanged(coordinate); }));
     }
     Text4->installEventFilter(this);
     connect(Command1, &QPushButton::clicked, this, &Form3::Command1_Click);
@@ -169,6 +170,12 @@ void Form3::applySearchLayout(bool search) {
 }
 
 bool Form3::eventFilter(QObject* watched, QEvent* event) {
+    bool taken = false;
+    RunCommand(messages_, [&] { taken = filterField(watched, event); });
+    return taken || QDialog::eventFilter(watched, event);
+}
+
+bool Form3::filterField(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::KeyPress && watched != Text4) {
         // Coordinates are typed with the "," whatever key the user finds
         // handier (the keypad's "." in particular).
@@ -186,7 +193,7 @@ bool Form3::eventFilter(QObject* watched, QEvent* event) {
         if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
             identifierLeft();
     }
-    return QDialog::eventFilter(watched, event);
+    return false;
 }
 
 void Form3::coordinateChanged(QLineEdit* field) {

@@ -36,6 +36,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // The rules of the fields' keys and focus; true when the key is taken.
+    bool filterField(QObject* watched, QEvent* event);
     void load();
     void applySearchLayout(bool search);
     void coordinateChanged(QLineEdit* field);

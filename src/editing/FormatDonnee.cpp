@@ -1,6 +1,7 @@
 #include "editing/FormatDonnee.h"
 
 #include "editing/CoordinateFormat.h"
+#include "platform/CommandRunner.h"
 #include "platform/GuiProgress.h"
 #include "platform/SettingsStore.h"
 #include "state/GestionDonnee.h"
@@ -13,9 +14,10 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-FormatDonnee::FormatDonnee(GestionDonnee& state, platform::SettingsStore& settings, Runner runner,
-                           QWidget* parent)
-    : QDialog(parent), state_(state), settings_(settings), runner_(std::move(runner)) {
+FormatDonnee::FormatDonnee(GestionDonnee& state, platform::SettingsStore& settings,
+                           platform::MessageBoxService& messages, Runner runner, QWidget* parent)
+    : QDialog(parent), state_(state), settings_(settings), messages_(messages),
+      runner_(std::move(runner)) {
     setObjectName(QStringLiteral("FormatDonnee"));
     setWindowTitle(format_texts::caption());
     setModal(false);
@@ -55,9 +57,11 @@ FormatDonnee::FormatDonnee(GestionDonnee& state, platform::SettingsStore& settin
     }
 
     // Only the user's choices count as clicks from here on.
-    connect(Check1, &QCheckBox::clicked, this, &FormatDonnee::checkClicked);
-    connect(Combo1, &QComboBox::activated, this, &FormatDonnee::comboClicked);
-    connect(Command1, &QPushButton::clicked, this, &FormatDonnee::okClicked);
+    using platform::Guarded;
+    connect(Check1, &QCheckBox::clicked, this, Guarded(messages_, [this] { checkClicked(); }));
+    connect(Combo1, &QComboBox::activated, this,
+            Guarded(messages_, [this](int index) { comboClicked(index); }));
+    connect(Command1, &QPushButton::clicked, this, Guarded(messages_, [this] { okClicked(); }));
 }
 
 void FormatDonnee::checkClicked() {

@@ -23,6 +23,7 @@ const std::vector<PointRecord> sample{
 struct Fixture {
     GestionDonnee state;
     MemorySettings settings;
+    ScriptedDialogs boxes;
     std::unique_ptr<FormatDonnee> dialog;
 
     explicit Fixture(const std::vector<PointRecord>& points = sample) {
@@ -32,11 +33,15 @@ struct Fixture {
     }
     // Loads the dialog as the menu does, with what the settings hold now.
     FormatDonnee& open() {
-        dialog = std::make_unique<FormatDonnee>(state, settings);
+        dialog = std::make_unique<FormatDonnee>(state, settings, boxes);
         dialog->show();
         return *dialog;
     }
     QComboBox* combo() const { return child<QComboBox>(dialog.get(), "Combo1"); }
+    // The text the list shows: its entry, or a pattern that is none of them.
+    QString shown() const {
+        return combo()->currentIndex() >= 0 ? combo()->currentText() : combo()->placeholderText();
+    }
     QCheckBox* check() const { return child<QCheckBox>(dialog.get(), "Check1"); }
     void ok() { child<QPushButton>(dialog.get(), "Command1")->click(); }
     // Picks an entry with the keyboard, as a user would.
