@@ -148,12 +148,12 @@ void Recentre(PointView& view) {
     view.visibleWindow = view.fullExtent;
 }
 
-void ClickAt(PointView& view, float x, float y) {
+void ClickAt(PointView& view, float x, float y, const ViewBox& drawn) {
     ViewBox& window = view.visibleWindow;
     // The surface's size in the coordinates the last drawing set; the height
     // is negative, top holding the larger -Y.
-    const float w = window.right - window.left;
-    const float h = window.bottom - window.top;
+    const float w = drawn.right - drawn.left;
+    const float h = drawn.bottom - drawn.top;
     if (view.navigationMode == viewmode::pan()) {
         window.right = checked(x + w / 2);
         window.left = checked(x - w / 2);

@@ -73,10 +73,13 @@ int DrawnEntryCount(const PointView& view);
 // "Recentrer" and "Centrer": the whole extent again.
 void Recentre(PointView& view);
 
-// A left click at (x, y) in the shown window's coordinates: the new window,
-// computed in 32-bit floats in the order right, left, top, bottom, as the
-// mode says (before any mode, the same size centred on the click).
-void ClickAt(PointView& view, float x, float y);
+// A left click at (x, y) in the coordinates of drawn, the window the last
+// drawing set on the surface: the new window, of drawn's size scaled as the
+// mode says (before any mode, the same size), centred on the click, computed
+// in 32-bit floats in the order right, left, top, bottom. The surface keeps
+// the last window it could take, so after a refused one the clicks still
+// work from what is shown.
+void ClickAt(PointView& view, float x, float y, const ViewBox& drawn);
 
 // The size questions: asks until the reply converts to a whole number from
 // 1 to 10, each reply stored at once. False when a reply does not convert

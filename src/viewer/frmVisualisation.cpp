@@ -129,7 +129,7 @@ void frmVisualisation::pressed(Qt::MouseButton button, QPointF pixel, QPoint glo
     if (button != Qt::LeftButton)
         return;
     const QPointF world = Zone_->worldAt(pixel);
-    ClickAt(view_, float(world.x()), float(world.y()));
+    ClickAt(view_, float(world.x()), float(world.y()), Zone_->drawnWindow());
     DrawView(view_.pointSize);
 }
 

@@ -56,6 +56,8 @@ private slots:
     void emptyDrawings_data();
     void emptyDrawings();
     void window();
+    void clicksAfterARefusedWindow_data();
+    void clicksAfterARefusedWindow();
 };
 
 // The copy, its count and extents; -Y throughout; index 0 left empty.
@@ -148,7 +150,7 @@ void TestPointView::clicks() {
     view.visibleWindow = ViewBox{100, 0, 0, -50};
     view.navigationMode = mode;
     for (int i = 0; i < clicks; ++i)
-        ClickAt(view, 70, -10);
+        ClickAt(view, 70, -10, view.visibleWindow);
     QCOMPARE(box(view.visibleWindow), expected);
     QCOMPARE(view.zoomFactor, factor);
     if (mode == viewmode::zoomIn() && clicks == 3) {
@@ -325,6 +327,44 @@ void TestPointView::window() {
     view = f.window.findChild<frmVisualisation*>();
     QVERIFY(view != nullptr);
     QCOMPARE(marks(), QStringLiteral("......"));
+}
+
+// Points over half a metre at a northing where a 32-bit float steps by 0.5:
+// a "Zoom +" click gives a window of no height, which the surface refuses;
+// the next clicks still work, from the window drawn last.
+void TestPointView::clicksAfterARefusedWindow_data() {
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<float>("widthFactor"); // of the new window to the one drawn
+    QTest::newRow("Zoom -") << "MnuZoomm" << 1 / 0.6f;
+    QTest::newRow("Déplacement") << "MnuDeplacement" << 1.0f;
+}
+
+void TestPointView::clicksAfterARefusedWindow() {
+    QFETCH(QString, mode);
+    QFETCH(float, widthFactor);
+    WindowFixture f(
+        {{1000, 6862100, 0, "A"}, {1000.5, 6862100.5, 0, "B"}, {1000.2, 6862100, 0, "C"}});
+    InstallViewerCommands(f.window);
+    f.trigger("view");
+    auto* view = f.window.findChild<frmVisualisation*>();
+    const auto item = [&](const QString& name) { return view->findChild<QAction*>(name); };
+    Zone* zone = view->zone();
+    item(QStringLiteral("MnuRecentrer"))->trigger();
+    const ViewBox drawn = zone->drawnWindow();
+    QVERIFY(drawn.top != drawn.bottom);
+    item(QStringLiteral("MnuZoomp"))->trigger();
+    QTest::mouseClick(zone, Qt::LeftButton, {}, zone->rect().center());
+    QVERIFY(zone->drawnWindow() == drawn); // refused, silently
+    QVERIFY(f.boxes.boxes().empty());
+    item(mode)->trigger();
+    const int passes = zone->passes();
+    // Low on the surface, where -Y falls on an odd step of the float: half a
+    // step either way does not round back onto it.
+    QTest::mouseClick(zone, Qt::LeftButton, {}, QPoint(zone->width() / 2, zone->height() * 9 / 10));
+    const ViewBox now = zone->drawnWindow();
+    QVERIFY(zone->passes() > passes);
+    QVERIFY(now.top != now.bottom);
+    QVERIFY(qAbs((now.right - now.left) / (drawn.right - drawn.left) - widthFactor) < 1e-3f);
 }
 
 TOVALIN_TEST(TestPointView)
