@@ -45,10 +45,16 @@ FormatDonnee::FormatDonnee(GestionDonnee& state, platform::SettingsStore& settin
 
     // Loading: the list shows the pattern saved in the settings store. A
     // pattern that is not one of the entries (typed into the settings file)
-    // leaves the list without a choice; it still applies until one is made.
+    // is shown all the same, without a choice in the list and without
+    // becoming an entry; it still applies until one is chosen.
     Combo1->addItems(DecimalPatterns());
-    Combo1->setCurrentIndex(Combo1->findText(
-        settings_.value(sections::app(), QStringLiteral("NbDec"), QStringLiteral("0.000"))));
+    const QString stored =
+        settings_.value(sections::app(), QStringLiteral("NbDec"), QStringLiteral("0.000"));
+    Combo1->setPlaceholderText(stored);
+    QPalette shown = Combo1->palette();
+    shown.setColor(QPalette::PlaceholderText, shown.color(QPalette::ButtonText));
+    Combo1->setPalette(shown);
+    Combo1->setCurrentIndex(Combo1->findText(stored));
     // Setting the box from a flag of 1 has always counted as a click on it:
     // the flag is saved again and "Ok" rewrites the list even without a change.
     if (state_.Settings.SepSys == 1) {
