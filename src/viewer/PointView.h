@@ -46,7 +46,11 @@ inline QString pan() {
 // the list, the zoom factor, the sizes and the shown window, and keeps the
 // count, the full extent and the mode.
 struct PointView {
-    std::vector<ViewPoint> points; // index 0 is never filled
+    // The filled entries, from index firstEntry on; every other entry is an
+    // empty one (code 0, no label), which costs nothing. Index 0 is never
+    // filled, and a new opening starts after the entries of the earlier ones.
+    std::vector<ViewPoint> points;
+    std::size_t firstEntry = 0;
     float viewPointCount = 0;
     ViewBox fullExtent;
     ViewBox visibleWindow;
@@ -56,14 +60,19 @@ struct PointView {
     int16_t labelSize = 6;
     // Counts the loadings: a picture drawn from an earlier copy is stale.
     unsigned generation = 0;
+
+    // The entry at an index, filled or empty.
+    const ViewPoint& entry(std::size_t index) const;
 };
 
 // Loading the view's copy from the grid's rows (its header row left out):
 // X and Y by the locale-aware 32-bit conversion (a text that is no number is
-// a type mismatch, one out of range an overflow). The new entries go after as
-// many as the count already holds, and the full extent only widens: both are
-// kept from the previous opening. The rows are read in parts on every
-// core; the progress is told once per row between parts.
+// a type mismatch, one out of range an overflow). Each row fills the entry
+// at count + 1 and adds 1 to the count, both in 32-bit floats: the count is
+// kept from the previous opening, so the new entries go after as many empty
+// ones, and past 2^24, where the count no longer grows, the rows fill the
+// same entry in turn. The full extent only widens. The rows are read in
+// parts on every core; the progress is told once per row between parts.
 void LoadView(PointView& view, const platform::PointGridModel& grid, platform::Progress& progress);
 
 // The entries a drawing pass visits: 0 to count - 1. Index 0 is empty and
