@@ -208,9 +208,15 @@ frmMail::frmMail(const QString& supportAddress, platform::ShellService& shell,
 
 void frmMail::send() {
     // The mail program takes it from here: the user sends it from there.
-    shell_.open(MailtoAddress(supportAddress_, Text1->text(),
-                              MailBody(Text2->toPlainText(), SystemReport())));
-    close();
+    if (shell_.open(MailtoAddress(supportAddress_, Text1->text(),
+                                  MailBody(Text2->toPlainText(), SystemReport())))) {
+        close();
+        return;
+    }
+    // Nothing took it: the window and the typed message stay, and the user
+    // is told how to send it another way.
+    messages_.show(NoMailProgramText(supportAddress_), platform::MsgButtons::Ok,
+                   platform::MsgIcon::Information, windowTitle());
 }
 
 Form4::Form4(const QString& webSiteAddress, const QString& supportAddress,
