@@ -45,6 +45,7 @@ int main(int argc, char** argv) {
     InstallPrintingCommands(window, printer);
     messages.setParent(&window);
     app.setMessages(&messages);
+    settings.reportWriteFailuresTo(messages);
     input.setParent(&window);
     files.setParent(&window);
     // The splash first; its timer loads and shows the main window, and the
