@@ -135,8 +135,7 @@ Form3::Form3(GestionDonnee& state, MessageBoxService& messages, QWidget* mainWin
 }
 
 void Form3::load() {
-    if (mainWindow_ != nullptr)
-        mainWindow_->setEnabled(false);
+    surface_.setEditorOpen(true);
     if (state_.EditMode == editmode::Modify) {
         // The default number text, not the list's format: every digit kept.
         Text4->setText(state_.CurrentMatricule.toText());
@@ -152,9 +151,10 @@ void Form3::load() {
 void Form3::done(int result) {
     if (!unloaded_) {
         unloaded_ = true;
-        if (mainWindow_ != nullptr)
-            mainWindow_->setEnabled(true);
-        surface_.setCountLabel(GestionDonnee::PointCountLabel(state_.Grid.rows() - 1));
+        surface_.setEditorOpen(false);
+        RunCommand(messages_, [this] {
+            surface_.setCountLabel(GestionDonnee::PointCountLabel(state_.Grid.rows() - 1));
+        });
     }
     QDialog::done(result);
 }

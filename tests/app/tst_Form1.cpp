@@ -210,24 +210,50 @@ void TestForm1::openFilesFromCommandLine() {
 
 void TestForm1::quit_data() {
     QTest::addColumn<bool>("modified");
-    QTest::addColumn<int>("answer"); // -1: nothing asked
-    QTest::newRow("unchanged: nothing asked") << false << -1;
-    QTest::newRow("yes saves") << true << int(MsgAnswer::Yes);
-    QTest::newRow("cancel still closes") << true << int(MsgAnswer::Cancel);
+    QTest::addColumn<int>("answer");     // -1: nothing asked
+    QTest::addColumn<QString>("during"); // the work going on when the close comes
+    QTest::newRow("unchanged: nothing asked") << false << -1 << "";
+    QTest::newRow("yes saves") << true << int(MsgAnswer::Yes) << "";
+    QTest::newRow("cancel still closes") << true << int(MsgAnswer::Cancel) << "";
+    QTest::newRow("while printing: once printed") << true << int(MsgAnswer::No) << "print";
+    QTest::newRow("while the view loads: once loaded") << true << int(MsgAnswer::No) << "view";
 }
 
 void TestForm1::quit() {
     QFETCH(bool, modified);
     QFETCH(int, answer);
-    WindowFixture f({{1, 2, 3, "A"}});
-    f.window.show();
+    QFETCH(QString, during);
+    std::vector<PointRecord> points{{1, 2, 3, "A"}};
+    // Enough points for the work to let events in while it goes on.
+    for (int i = 0; !during.isEmpty() && i < 300000; ++i)
+        points.push_back({double(i % 1000), double(i / 1000), 0, QString::number(i)});
+    ProgramFixture f(points);
     f.state.DataModified = modified;
     const QString saved = f.dir.filePath(QStringLiteral("saved.xyz"));
     if (answer >= 0)
         f.boxes.answerMessage(MsgAnswer(answer));
     if (answer == int(MsgAnswer::Yes))
         f.files.choose(saved, 1);
-    f.window.QuitCommand();
+    if (during.isEmpty()) {
+        f.window.QuitCommand();
+    } else {
+        // The close box, while the list is printed or the view loads.
+        if (during == u"print")
+            f.trigger("print");
+        bool working = false;
+        QTimer::singleShot(0, &f.window, [&] {
+            working = !f.window.menuBar()->isEnabled();
+            f.window.close();
+        });
+        if (during == u"print")
+            child<QPushButton>(f.topLevel(QStringLiteral("Form6")), "Command1")->click();
+        else
+            f.trigger("view");
+        QVERIFY(working);
+        QTRY_VERIFY(!f.window.isVisible());
+        if (during == u"print")
+            QCOMPARE(f.printer.ended.size(), std::size_t(1));
+    }
     const QString question = QStringLiteral(
         "Enregistrement: Voulez vous enregistrer les modifications ? [question yesnocancel]");
     QCOMPARE(shownBoxes(f.boxes), answer < 0 ? QStringList() : QStringList{question});
