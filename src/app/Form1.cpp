@@ -15,6 +15,7 @@
 #include <QMenuBar>
 #include <QScreen>
 #include <QTableView>
+#include <QTimer>
 #include <QVBoxLayout>
 
 Form1::Form1(GestionDonnee& points, Services services, QWidget* parent)
@@ -37,23 +38,27 @@ Form1::Form1(GestionDonnee& points, Services services, QWidget* parent)
     Grid->horizontalHeader()->setHighlightSections(false);
     Grid->verticalHeader()->setDefaultSectionSize(Grid->fontMetrics().height() + 4);
     // The grid's current row follows the view's, in grid rows (header included).
+    using platform::Guarded;
+    platform::MessageBoxService& messages = MainWindowHost::services().messages;
     connect(Grid->selectionModel(), &QItemSelectionModel::currentChanged, this,
-            [this](const QModelIndex& current) {
+            Guarded(messages, [this](const QModelIndex& current) {
                 if (!current.isValid())
                     return;
                 state().Grid.setRow(current.row() + state().Grid.fixedRows());
                 state().Grid.setCol(current.column());
-            });
+            }));
     // While a row is removed the view makes the row below current, before
     // it moves up: once it has, the current row is the one that took the
     // removed row's place again, as the grid keeps it.
-    connect(&state().Grid, &QAbstractItemModel::rowsRemoved, this, [this] {
+    connect(&state().Grid, &QAbstractItemModel::rowsRemoved, this, Guarded(messages, [this] {
         const QModelIndex current = Grid->selectionModel()->currentIndex();
         if (current.isValid())
             state().Grid.setRow(current.row() + state().Grid.fixedRows());
-    });
-    connect(&state().Grid, &QAbstractItemModel::modelReset, this, &Form1::syncGridView);
-    connect(&state().Grid, &QAbstractItemModel::headerDataChanged, this, &Form1::syncGridView);
+    }));
+    connect(&state().Grid, &QAbstractItemModel::modelReset, this,
+            Guarded(messages, [this] { syncGridView(); }));
+    connect(&state().Grid, &QAbstractItemModel::headerDataChanged, this,
+            Guarded(messages, [this] { syncGridView(); }));
     layout->addWidget(Grid);
 
     // Nothing fills this list; it is kept hidden, with its double click
@@ -71,6 +76,10 @@ Form1::Form1(GestionDonnee& points, Services services, QWidget* parent)
     setCentralWidget(frame_);
     resize(560, 520);
     syncGridView();
+
+    pendingClose_ = new QTimer(this);
+    pendingClose_->setInterval(50);
+    connect(pendingClose_, &QTimer::timeout, this, Guarded(messages, [this] { closeWhenIdle(); }));
 }
 
 QAction* Form1::addItem(QMenu* menu, const char* name, const QString& caption,
@@ -187,9 +196,19 @@ QAction* Form1::menuItem(const QString& name) const {
 }
 
 void Form1::closeEvent(QCloseEvent* event) {
-    if (busy_) {
-        // A file is being read or written: closing now would lose it.
+    if (editorOpen_) {
+        // Disabled while the point editor is open: closing now would lose
+        // the point being typed.
         event->ignore();
+        return;
+    }
+    if (busy_) {
+        // A command is at work (a file read or written, the list printed,
+        // the view's copy made): closing now would lose it. The request is
+        // carried out once the command has ended. (A drawing pass of the
+        // view is no command: closing stops it.)
+        event->ignore();
+        pendingClose_->start();
         return;
     }
     if (!closing_) {
@@ -204,6 +223,21 @@ void Form1::closeEvent(QCloseEvent* event) {
             window->close();
     }
     event->accept();
+}
+
+void Form1::closeWhenIdle() {
+    if (busy_)
+        return;
+    pendingClose_->stop();
+    close();
+}
+
+void Form1::setEditorOpen(bool open) {
+    editorOpen_ = open;
+    // Only the main window's own controls: the secondary windows are its
+    // children and stay usable beside the editor.
+    centralWidget()->setEnabled(!open);
+    menuBar()->setEnabled(!open && !busy_);
 }
 
 void Form1::setCaption(const QString& caption) {
@@ -238,7 +272,7 @@ bool Form1::run(const std::function<void()>& command) {
     menuBar()->setEnabled(false);
     const bool done = platform::RunCommand(services().messages, command);
     busy_ = false;
-    menuBar()->setEnabled(true);
+    menuBar()->setEnabled(!editorOpen_);
     return done;
 }
 

@@ -12,6 +12,7 @@ class QGroupBox;
 class QLabel;
 class QListWidget;
 class QTableView;
+class QTimer;
 
 // The main window: the menu, the point list and its count label. Its slots
 // only call the commands; the commands hold the logic.
@@ -41,6 +42,7 @@ public:
     void setCaption(const QString& caption) override;
     void setCountLabel(const QString& text) override;
     void setWaitCursor(bool waiting) override;
+    void setEditorOpen(bool open) override;
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -51,6 +53,7 @@ private:
                      const QKeySequence& shortcut = QKeySequence());
     void syncGridView();
     void applyColumnWidths();
+    void closeWhenIdle();
 
     QGroupBox* frame_ = nullptr;
     QTableView* Grid = nullptr;
@@ -59,4 +62,7 @@ private:
     bool busy_ = false;
     bool waitCursor_ = false;
     bool closing_ = false;
+    bool editorOpen_ = false;
+    // A close request that came while work went on, carried out after it.
+    QTimer* pendingClose_ = nullptr;
 };

@@ -5,7 +5,9 @@
 #include "editing/NumberingCommands.h"
 #include "info/InfoCommands.h"
 #include "info/InfoWindows.h"
+#include "platform/CommandRunner.h"
 #include "platform/CupsPrinter.h"
+#include "platform/GuardedApplication.h"
 #include "platform/NumberText.h"
 #include "platform/QtDialogs.h"
 #include "platform/QtShell.h"
@@ -14,13 +16,11 @@
 #include "state/GestionDonnee.h"
 #include "viewer/ViewerCommands.h"
 
-#include <QApplication>
-
 int main(int argc, char** argv) {
     // Answered before anything needs a display.
     if (const std::optional<int> status = AnswerWithoutWindow(argc, argv, stdout))
         return *status;
-    QApplication app(argc, argv);
+    platform::GuardedApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tovalin"));
     QApplication::setOrganizationName(QStringLiteral("Tovalin"));
     platform::installRegionalFormat();
@@ -44,17 +44,19 @@ int main(int argc, char** argv) {
     InstallViewerCommands(window);
     InstallPrintingCommands(window, printer);
     messages.setParent(&window);
+    app.setMessages(&messages);
+    settings.reportWriteFailuresTo(messages);
     input.setParent(&window);
     files.setParent(&window);
     // The splash first; its timer loads and shows the main window, and the
     // files named on the command line are then added one after the other.
     QStringList named = QApplication::arguments();
     named.removeFirst();
-    frmIntro splash([&window, named] {
+    frmIntro splash(platform::Guarded(messages, [&window, named] {
         window.LoadMainWindow(QCoreApplication::applicationDirPath());
         window.show();
         window.OpenFiles(named);
-    });
+    }));
     splash.show();
 
     return QApplication::exec();

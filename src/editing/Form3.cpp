@@ -114,8 +114,9 @@ Form3::Form3(GestionDonnee& state, MessageBoxService& messages, QWidget* mainWin
 
     for (QLineEdit* coordinate : {Text1, Text2, Text3}) {
         coordinate->installEventFilter(this);
-        connect(coordinate, &QLineEdit::textChanged, this,
-                [this, coordinate] { coordinateChanged(coordinate); });
+        connect(
+            coordinate, &QLineEdit::textChanged, this,
+            platform::Guarded(messages_, [this, coordinate] { coordinateChanged(coordinate); }));
     }
     Text4->installEventFilter(this);
     connect(Command1, &QPushButton::clicked, this, &Form3::Command1_Click);
@@ -134,8 +135,7 @@ Form3::Form3(GestionDonnee& state, MessageBoxService& messages, QWidget* mainWin
 }
 
 void Form3::load() {
-    if (mainWindow_ != nullptr)
-        mainWindow_->setEnabled(false);
+    surface_.setEditorOpen(true);
     if (state_.EditMode == editmode::Modify) {
         // The default number text, not the list's format: every digit kept.
         Text4->setText(state_.CurrentMatricule.toText());
@@ -151,9 +151,10 @@ void Form3::load() {
 void Form3::done(int result) {
     if (!unloaded_) {
         unloaded_ = true;
-        if (mainWindow_ != nullptr)
-            mainWindow_->setEnabled(true);
-        surface_.setCountLabel(GestionDonnee::PointCountLabel(state_.Grid.rows() - 1));
+        surface_.setEditorOpen(false);
+        RunCommand(messages_, [this] {
+            surface_.setCountLabel(GestionDonnee::PointCountLabel(state_.Grid.rows() - 1));
+        });
     }
     QDialog::done(result);
 }
@@ -169,6 +170,12 @@ void Form3::applySearchLayout(bool search) {
 }
 
 bool Form3::eventFilter(QObject* watched, QEvent* event) {
+    bool taken = false;
+    RunCommand(messages_, [&] { taken = filterField(watched, event); });
+    return taken || QDialog::eventFilter(watched, event);
+}
+
+bool Form3::filterField(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::KeyPress && watched != Text4) {
         // Coordinates are typed with the "," whatever key the user finds
         // handier (the keypad's "." in particular).
@@ -186,7 +193,7 @@ bool Form3::eventFilter(QObject* watched, QEvent* event) {
         if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
             identifierLeft();
     }
-    return QDialog::eventFilter(watched, event);
+    return false;
 }
 
 void Form3::coordinateChanged(QLineEdit* field) {

@@ -16,13 +16,15 @@ class MessageBoxService;
 
 // "Editeur de point": enters a new point, modifies the point chosen in the
 // list, or searches the store, as EditMode says when it opens. It is shown
-// without blocking, while the main window is disabled; closing it, whatever
-// the way, enables the main window again and rewrites the count label.
+// without blocking, while the main window is disabled (the other windows
+// stay usable); closing it, whatever the way, enables the main window again
+// and rewrites the count label.
 class Form3 : public QDialog {
     Q_OBJECT
 public:
-    // mainWindow is disabled while the editor is open; surface gets the count
-    // label when it closes. Both must outlive the editor.
+    // mainWindow is the editor's owner; surface is disabled while the editor
+    // is open and gets the count label when it closes. Both must outlive the
+    // editor.
     Form3(GestionDonnee& state, platform::MessageBoxService& messages, QWidget* mainWindow,
           MainWindowSurface& surface);
 
@@ -36,6 +38,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // The rules of the fields' keys and focus; true when the key is taken.
+    bool filterField(QObject* watched, QEvent* event);
     void load();
     void applySearchLayout(bool search);
     void coordinateChanged(QLineEdit* field);

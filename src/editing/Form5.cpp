@@ -105,8 +105,10 @@ Form5::Form5(GestionDonnee& state, platform::MessageBoxService& messages, Runner
     layout->addWidget(Label5);
     layout->addLayout(modeRow);
 
-    connect(Command1, &QPushButton::clicked, this, &Form5::numericNumbering);
-    connect(Command2, &QPushButton::clicked, this, &Form5::textNumbering);
+    connect(Command1, &QPushButton::clicked, this,
+            platform::Guarded(messages_, [this] { numericNumbering(); }));
+    connect(Command2, &QPushButton::clicked, this,
+            platform::Guarded(messages_, [this] { textNumbering(); }));
 }
 
 void Form5::numericNumbering() {

@@ -1,6 +1,7 @@
 #include "editing/FormatDonnee.h"
 
 #include "editing/CoordinateFormat.h"
+#include "platform/CommandRunner.h"
 #include "platform/GuiProgress.h"
 #include "platform/SettingsStore.h"
 #include "state/GestionDonnee.h"
@@ -13,9 +14,10 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-FormatDonnee::FormatDonnee(GestionDonnee& state, platform::SettingsStore& settings, Runner runner,
-                           QWidget* parent)
-    : QDialog(parent), state_(state), settings_(settings), runner_(std::move(runner)) {
+FormatDonnee::FormatDonnee(GestionDonnee& state, platform::SettingsStore& settings,
+                           platform::MessageBoxService& messages, Runner runner, QWidget* parent)
+    : QDialog(parent), state_(state), settings_(settings), messages_(messages),
+      runner_(std::move(runner)) {
     setObjectName(QStringLiteral("FormatDonnee"));
     setWindowTitle(format_texts::caption());
     setModal(false);
@@ -43,10 +45,16 @@ FormatDonnee::FormatDonnee(GestionDonnee& state, platform::SettingsStore& settin
 
     // Loading: the list shows the pattern saved in the settings store. A
     // pattern that is not one of the entries (typed into the settings file)
-    // leaves the list without a choice; it still applies until one is made.
+    // is shown all the same, without a choice in the list and without
+    // becoming an entry; it still applies until one is chosen.
     Combo1->addItems(DecimalPatterns());
-    Combo1->setCurrentIndex(Combo1->findText(
-        settings_.value(sections::app(), QStringLiteral("NbDec"), QStringLiteral("0.000"))));
+    const QString stored =
+        settings_.value(sections::app(), QStringLiteral("NbDec"), QStringLiteral("0.000"));
+    Combo1->setPlaceholderText(stored);
+    QPalette shown = Combo1->palette();
+    shown.setColor(QPalette::PlaceholderText, shown.color(QPalette::ButtonText));
+    Combo1->setPalette(shown);
+    Combo1->setCurrentIndex(Combo1->findText(stored));
     // Setting the box from a flag of 1 has always counted as a click on it:
     // the flag is saved again and "Ok" rewrites the list even without a change.
     if (state_.Settings.SepSys == 1) {
@@ -55,9 +63,11 @@ FormatDonnee::FormatDonnee(GestionDonnee& state, platform::SettingsStore& settin
     }
 
     // Only the user's choices count as clicks from here on.
-    connect(Check1, &QCheckBox::clicked, this, &FormatDonnee::checkClicked);
-    connect(Combo1, &QComboBox::activated, this, &FormatDonnee::comboClicked);
-    connect(Command1, &QPushButton::clicked, this, &FormatDonnee::okClicked);
+    using platform::Guarded;
+    connect(Check1, &QCheckBox::clicked, this, Guarded(messages_, [this] { checkClicked(); }));
+    connect(Combo1, &QComboBox::activated, this,
+            Guarded(messages_, [this](int index) { comboClicked(index); }));
+    connect(Command1, &QPushButton::clicked, this, Guarded(messages_, [this] { okClicked(); }));
 }
 
 void FormatDonnee::checkClicked() {

@@ -9,6 +9,7 @@ class QComboBox;
 class QGroupBox;
 class QPushButton;
 namespace platform {
+class MessageBoxService;
 class SettingsStore;
 } // namespace platform
 
@@ -22,7 +23,8 @@ public:
     // one, the command simply runs.
     using Runner = std::function<void(const std::function<void()>&)>;
 
-    FormatDonnee(GestionDonnee& state, platform::SettingsStore& settings, Runner runner = {},
+    FormatDonnee(GestionDonnee& state, platform::SettingsStore& settings,
+                 platform::MessageBoxService& messages, Runner runner = {},
                  QWidget* parent = nullptr);
 
     bool formatChanged() const { return FormatChanged; }
@@ -37,6 +39,7 @@ private:
 
     GestionDonnee& state_;
     platform::SettingsStore& settings_;
+    platform::MessageBoxService& messages_;
     Runner runner_;
     bool running_ = false;
     bool FormatChanged = false;

@@ -2,6 +2,7 @@
 
 #include "editing/Form5.h"
 #include "editing/FormatDonnee.h"
+#include "platform/CommandRunner.h"
 #include "state/MainWindowHost.h"
 
 #include <QAction>
@@ -37,18 +38,21 @@ void InstallNumberingAndFormatCommands(MainWindowHost& window) {
 
     if (QAction* item = window.menuItem(QStringLiteral("MnuImmatriculation"))) {
         QObject::connect(
-            item, &QAction::triggered, mainWindow, [host, mainWindow, runner, numbering] {
+            item, &QAction::triggered, mainWindow,
+            platform::Guarded(host->services().messages, [host, mainWindow, runner, numbering] {
                 showSingle(*numbering, [&] {
                     return new Form5(host->state(), host->services().messages, runner, mainWindow);
                 });
-            });
+            }));
     }
     if (QAction* item = window.menuItem(QStringLiteral("Mnu_Format"))) {
-        QObject::connect(item, &QAction::triggered, mainWindow, [host, mainWindow, runner, format] {
-            showSingle(*format, [&] {
-                return new FormatDonnee(host->state(), host->services().settings, runner,
-                                        mainWindow);
-            });
-        });
+        QObject::connect(
+            item, &QAction::triggered, mainWindow,
+            platform::Guarded(host->services().messages, [host, mainWindow, runner, format] {
+                showSingle(*format, [&] {
+                    return new FormatDonnee(host->state(), host->services().settings,
+                                            host->services().messages, runner, mainWindow);
+                });
+            }));
     }
 }

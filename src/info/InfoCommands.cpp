@@ -2,6 +2,7 @@
 
 #include "info/InfoTexts.h"
 #include "info/InfoWindows.h"
+#include "platform/CommandRunner.h"
 #include "platform/Shell.h"
 #include "state/GestionDonnee.h"
 #include "state/MainWindowHost.h"
@@ -25,7 +26,8 @@ template <typename Window, typename Make> void showSingle(QPointer<Window>& wind
 
 void onItem(MainWindowHost& window, const char* name, std::function<void()> command) {
     if (QAction* item = window.menuItem(QString::fromLatin1(name)))
-        QObject::connect(item, &QAction::triggered, window.widget(), std::move(command));
+        QObject::connect(item, &QAction::triggered, window.widget(),
+                         platform::Guarded(window.services().messages, std::move(command)));
 }
 
 } // namespace
@@ -41,14 +43,18 @@ void InstallInfoCommands(MainWindowHost& window, platform::ShellService& shell,
     const auto history = std::make_shared<QPointer<frmHistorique>>();
     const auto mail = std::make_shared<QPointer<frmMail>>();
 
-    const auto openMail = [host, mainWindow, shellService, mail] {
-        showSingle(*mail, [&] {
-            return new frmMail(host->state().SupportAddress, *shellService, mainWindow);
+    // Also called from the about box's links and button: guarded there too.
+    const auto openMail =
+        platform::Guarded(host->services().messages, [host, mainWindow, shellService, mail] {
+            showSingle(*mail, [&] {
+                return new frmMail(host->state().SupportAddress, *shellService,
+                                   host->services().messages, mainWindow);
+            });
         });
-    };
-    const auto openHistory = [mainWindow, programFolder, history] {
-        showSingle(*history, [&] { return new frmHistorique(programFolder, mainWindow); });
-    };
+    const auto openHistory =
+        platform::Guarded(host->services().messages, [mainWindow, programFolder, history] {
+            showSingle(*history, [&] { return new frmHistorique(programFolder, mainWindow); });
+        });
 
     onItem(window, "help", [mainWindow, programFolder, shellService, help] {
         showSingle(*help, [&] { return new frmAide(programFolder, *shellService, mainWindow); });

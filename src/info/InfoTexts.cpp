@@ -93,6 +93,15 @@ QString MailBody(const QString& message, const QString& systemReport) {
     return text + crlf + crlf + QStringLiteral("--") + crlf + systemReport;
 }
 
+QString NoMailProgramText(const QString& supportAddress) {
+    return QStringLiteral("Aucun programme de messagerie n'a répondu : le message n'a pas été "
+                          "envoyé.") +
+           crlf +
+           QStringLiteral("Il est resté dans la fenêtre. Copiez-le et envoyez-le depuis votre "
+                          "messagerie à l'adresse ") +
+           supportAddress + QStringLiteral(".");
+}
+
 QUrl MailtoAddress(const QString& recipient, const QString& subject, const QString& body) {
     // Built by hand: the query's "&" and "=" must stay delimiters while the
     // same characters inside the subject or the body are escaped. Line breaks

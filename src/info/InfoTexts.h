@@ -40,3 +40,5 @@ QString SystemReport(const QString& systemName, const QString& systemVersion,
 QUrl MailtoAddress(const QString& recipient, const QString& subject, const QString& body);
 // The body of the message sent: the user's text, then the system report.
 QString MailBody(const QString& message, const QString& systemReport);
+// What the message window says when no mail program took the message.
+QString NoMailProgramText(const QString& supportAddress);

@@ -1,6 +1,7 @@
 #include "info/InfoWindows.h"
 
 #include "info/InfoTexts.h"
+#include "platform/CommandRunner.h"
 #include "platform/Shell.h"
 
 #include <QDir>
@@ -163,9 +164,10 @@ frmHistorique::frmHistorique(const QString& programFolder, QWidget* parent)
     Text1->setPlainText(HistoryText(programFolder + QStringLiteral("/historique.txt")));
 }
 
-frmMail::frmMail(const QString& supportAddress, platform::ShellService& shell, QWidget* parent)
+frmMail::frmMail(const QString& supportAddress, platform::ShellService& shell,
+                 platform::MessageBoxService& messages, QWidget* parent)
     : QWidget(parent, Qt::Window), Text1(new QLineEdit(this)), Text2(new QPlainTextEdit(this)),
-      supportAddress_(supportAddress), shell_(shell) {
+      supportAddress_(supportAddress), shell_(shell), messages_(messages) {
     setObjectName(QStringLiteral("frmMail"));
     setWindowTitle(QStringLiteral("Envoyer un mail à l'auteur"));
     resize(520, 400);
@@ -186,7 +188,8 @@ frmMail::frmMail(const QString& supportAddress, platform::ShellService& shell, Q
     Command1->setObjectName(QStringLiteral("Command1"));
     auto* Command2 = new QPushButton(QStringLiteral("Annuler"), this);
     Command2->setObjectName(QStringLiteral("Command2"));
-    connect(Command1, &QPushButton::clicked, this, &frmMail::send);
+    connect(Command1, &QPushButton::clicked, this,
+            platform::Guarded(messages_, [this] { send(); }));
     connect(Command2, &QPushButton::clicked, this, &QWidget::close);
 
     auto* layout = new QVBoxLayout(this);
@@ -205,9 +208,15 @@ frmMail::frmMail(const QString& supportAddress, platform::ShellService& shell, Q
 
 void frmMail::send() {
     // The mail program takes it from here: the user sends it from there.
-    shell_.open(MailtoAddress(supportAddress_, Text1->text(),
-                              MailBody(Text2->toPlainText(), SystemReport())));
-    close();
+    if (shell_.open(MailtoAddress(supportAddress_, Text1->text(),
+                                  MailBody(Text2->toPlainText(), SystemReport())))) {
+        close();
+        return;
+    }
+    // Nothing took it: the window and the typed message stay, and the user
+    // is told how to send it another way.
+    messages_.show(NoMailProgramText(supportAddress_), platform::MsgButtons::Ok,
+                   platform::MsgIcon::Information, windowTitle());
 }
 
 Form4::Form4(const QString& webSiteAddress, const QString& supportAddress,

@@ -10,8 +10,9 @@ class QTextBrowser;
 class QTimer;
 class QUrl;
 namespace platform {
+class MessageBoxService;
 class ShellService;
-}
+} // namespace platform
 
 // The splash, shown first: after Timer1 (1500 ms) it shows the main window
 // through showMainWindow and closes itself, so the timer fires only once.
@@ -54,7 +55,7 @@ private:
 class frmMail : public QWidget {
 public:
     frmMail(const QString& supportAddress, platform::ShellService& shell,
-            QWidget* parent = nullptr);
+            platform::MessageBoxService& messages, QWidget* parent = nullptr);
 
 private:
     void send();
@@ -63,6 +64,7 @@ private:
     QPlainTextEdit* Text2;
     QString supportAddress_;
     platform::ShellService& shell_;
+    platform::MessageBoxService& messages_;
 };
 
 // The about box. Label2 and Label3 light up under the mouse and go black

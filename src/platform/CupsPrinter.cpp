@@ -3,9 +3,16 @@
 #include "platform/PdfTextDocument.h"
 #include "platform/RuntimeError.h"
 
+#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QPageSize>
 #include <QPrinterInfo>
+#include <QTimer>
+#include <atomic>
 #include <cups/cups.h>
+#include <functional>
+#include <mutex>
+#include <thread>
 
 namespace platform {
 
@@ -62,39 +69,110 @@ QueueAttributes askQueue(const QString& name) {
     throw RuntimeError(RuntimeError::PrinterError);
 }
 
+// One talk with the scheduler, on its own thread. What the thread uses is
+// its own (captured by value) or shared here, so a talk given up can go on
+// and end by itself without touching the program.
+template <typename T> struct Talk {
+    std::mutex lock;
+    std::optional<T> result;
+    std::exception_ptr error;
+    std::atomic<bool> done{false};
+    std::atomic<bool> abandoned{false};
+};
+
+// Runs talk (which is told when it has been given up) while the program
+// processes its events, at least every 20 ms; the printer error after limit.
+template <typename T>
+T talkToScheduler(std::chrono::milliseconds limit,
+                  std::function<T(const std::atomic<bool>& abandoned)> talk) {
+    QCoreApplication* application = QCoreApplication::instance();
+    const auto shared = std::make_shared<Talk<T>>();
+    std::thread([shared, talk = std::move(talk), application] {
+        std::optional<T> result;
+        std::exception_ptr error;
+        try {
+            result = talk(shared->abandoned);
+        } catch (...) {
+            error = std::current_exception();
+        }
+        {
+            const std::lock_guard<std::mutex> hold(shared->lock);
+            shared->result = std::move(result);
+            shared->error = error;
+        }
+        shared->done = true;
+        // Wakes the waiting loop at once (harmless when it has gone).
+        if (application != nullptr && !shared->abandoned)
+            QMetaObject::invokeMethod(
+                application, [] {}, Qt::QueuedConnection);
+    }).detach();
+
+    QTimer wake; // so that waiting for events never lasts more than 20 ms
+    wake.start(20);
+    QElapsedTimer clock;
+    clock.start();
+    while (!shared->done) {
+        if (clock.elapsed() >= limit.count()) {
+            shared->abandoned = true;
+            printerError();
+        }
+        if (application != nullptr)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        else
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    const std::lock_guard<std::mutex> hold(shared->lock);
+    if (shared->error)
+        std::rethrow_exception(shared->error);
+    return std::move(*shared->result);
+}
+
+// The queue and its paper, as beginning a document needs them.
+struct DocumentQueue {
+    QString name;
+    QueueAttributes attributes;
+    QPageSize paper;
+};
+
 } // namespace
 
-CupsPrinter::CupsPrinter() = default;
+CupsPrinter::CupsPrinter(std::chrono::milliseconds answerLimit) : answerLimit_(answerLimit) {}
 CupsPrinter::~CupsPrinter() {
     killDoc();
 }
 
 std::vector<InstalledPrinter> CupsPrinter::printers() {
-    std::vector<InstalledPrinter> installed;
-    const QList<QPrinterInfo> queues = QPrinterInfo::availablePrinters();
-    installed.reserve(queues.size());
-    for (const QPrinterInfo& queue : queues) {
-        const QueueAttributes attributes = askQueue(queue.printerName());
-        // A queue the scheduler will not describe (not ours to ask, gone
-        // since it was listed) is listed without a port.
-        installed.push_back({queue.printerName(), queue.makeAndModel(), attributes.deviceUri,
-                             attributes.orientation});
+    return talkToScheduler<std::vector<InstalledPrinter>>(answerLimit_, [](const auto&) {
+        std::vector<InstalledPrinter> installed;
+        const QList<QPrinterInfo> queues = QPrinterInfo::availablePrinters();
+        installed.reserve(queues.size());
+        for (const QPrinterInfo& queue : queues) {
+            const QueueAttributes attributes = askQueue(queue.printerName());
+            // A queue the scheduler will not describe (not ours to ask, gone
+            // since it was listed) is listed without a port.
+            installed.push_back({queue.printerName(), queue.makeAndModel(), attributes.deviceUri,
+                                 attributes.orientation});
+        }
+        return installed;
+    });
+}
+
+QString CupsPrinter::defaultQueue() {
+    // The system's default queue; without one, the first queue, so that
+    // printing goes somewhere the user can see in the list.
+    QString name = QPrinterInfo::defaultPrinterName();
+    if (name.isEmpty()) {
+        const QStringList names = QPrinterInfo::availablePrinterNames();
+        if (!names.isEmpty())
+            name = names.first();
     }
-    return installed;
+    return name;
 }
 
 QString CupsPrinter::currentPrinter() const {
-    if (!current_) {
-        // The system's default queue; without one, the first queue, so that
-        // printing goes somewhere the user can see in the list.
-        QString name = QPrinterInfo::defaultPrinterName();
-        if (name.isEmpty()) {
-            const QStringList names = QPrinterInfo::availablePrinterNames();
-            if (!names.isEmpty())
-                name = names.first();
-        }
-        current_ = name;
-    }
+    if (!current_)
+        current_ =
+            talkToScheduler<QString>(answerLimit_, [](const auto&) { return defaultQueue(); });
     return *current_;
 }
 
@@ -103,23 +181,31 @@ void CupsPrinter::setCurrentPrinter(const InstalledPrinter& printer) {
 }
 
 void CupsPrinter::beginDocument() {
-    const QString name = currentPrinter();
-    if (name.isEmpty())
+    const std::optional<QString> chosen = current_;
+    const DocumentQueue queue = talkToScheduler<DocumentQueue>(answerLimit_, [chosen](const auto&) {
+        DocumentQueue found;
+        found.name = chosen ? *chosen : defaultQueue();
+        if (found.name.isEmpty())
+            return found;
+        found.attributes = askQueue(found.name);
+        found.paper = QPrinterInfo::printerInfo(found.name).defaultPageSize();
+        return found;
+    });
+    current_ = queue.name;
+    if (queue.name.isEmpty())
         printerError();
     // A queue that is stopped (off line, or stopped by a failing device) or
     // refuses jobs would keep the document unprinted: say so now.
-    const QueueAttributes queue = askQueue(name);
-    if (!queue.found || queue.stopped || !queue.accepting)
+    if (!queue.attributes.found || queue.attributes.stopped || !queue.attributes.accepting)
         printerError();
     TextPageGeometry geometry;
-    const QPageSize paper = QPrinterInfo::printerInfo(name).defaultPageSize();
-    if (paper.isValid()) {
-        const QSizeF points = paper.size(QPageSize::Point);
+    if (queue.paper.isValid()) {
+        const QSizeF points = queue.paper.size(QPageSize::Point);
         geometry.width = points.width();
         geometry.height = points.height();
     }
     document_ = std::make_unique<PdfTextDocument>(geometry);
-    documentPrinter_ = name;
+    documentPrinter_ = queue.name;
 }
 
 void CupsPrinter::printLine(const QString& text) {
@@ -135,25 +221,30 @@ void CupsPrinter::endDoc() {
     const QByteArray pdf = document_->finish();
     document_.reset();
     const QByteArray queue = documentPrinter_.toUtf8();
-    const int job = cupsCreateJob(CUPS_HTTP_DEFAULT, queue.constData(), "Tovalin", 0, nullptr);
-    if (job <= 0)
-        printerError();
-    bool sent = cupsStartDocument(CUPS_HTTP_DEFAULT, queue.constData(), job, "Tovalin",
-                                  CUPS_FORMAT_PDF, 1) == HTTP_STATUS_CONTINUE;
-    constexpr qsizetype chunk = 1 << 18;
-    for (qsizetype at = 0; sent && at < pdf.size(); at += chunk) {
-        sent = cupsWriteRequestData(CUPS_HTTP_DEFAULT, pdf.constData() + at,
-                                    static_cast<size_t>(std::min(chunk, pdf.size() - at))) ==
-               HTTP_STATUS_CONTINUE;
-    }
-    // The request is finished whatever happened, so the connection is free
-    // for the next one.
-    const ipp_status_t status = cupsFinishDocument(CUPS_HTTP_DEFAULT, queue.constData());
-    if (!sent || status > IPP_STATUS_OK_EVENTS_COMPLETE) {
-        cupsCancelJob2(CUPS_HTTP_DEFAULT, queue.constData(), job, 1);
-        printerError();
-    }
-    lastJob_ = job;
+    lastJob_ = talkToScheduler<int>(answerLimit_, [pdf, queue](const std::atomic<bool>& abandoned) {
+        const int job = cupsCreateJob(CUPS_HTTP_DEFAULT, queue.constData(), "Tovalin", 0, nullptr);
+        if (job <= 0)
+            printerError();
+        bool sent =
+            !abandoned && cupsStartDocument(CUPS_HTTP_DEFAULT, queue.constData(), job, "Tovalin",
+                                            CUPS_FORMAT_PDF, 1) == HTTP_STATUS_CONTINUE;
+        constexpr qsizetype chunk = 1 << 18;
+        for (qsizetype at = 0; sent && at < pdf.size(); at += chunk) {
+            sent = cupsWriteRequestData(CUPS_HTTP_DEFAULT, pdf.constData() + at,
+                                        static_cast<size_t>(std::min(chunk, pdf.size() - at))) ==
+                   HTTP_STATUS_CONTINUE;
+        }
+        // The request is finished whatever happened, so the connection is
+        // free for the next one.
+        const ipp_status_t status = cupsFinishDocument(CUPS_HTTP_DEFAULT, queue.constData());
+        // A document the program gave up waiting for has been reported as not
+        // printed: it must not come out later.
+        if (!sent || status > IPP_STATUS_OK_EVENTS_COMPLETE || abandoned) {
+            cupsCancelJob2(CUPS_HTTP_DEFAULT, queue.constData(), job, 1);
+            printerError();
+        }
+        return job;
+    });
 }
 
 void CupsPrinter::killDoc() {

@@ -2,6 +2,7 @@
 
 #include "platform/Printer.h"
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -18,9 +19,14 @@ class PdfTextDocument;
 // A document is a PDF of the lines in Courier 10 points on the queue's default
 // paper, built in memory as the lines come and handed to the queue whole when
 // it ends; CUPS's filters then make of it what the printer takes.
+//
+// Every talk with the scheduler runs on a thread of its own while the program
+// goes on processing its events, so a scheduler that does not answer never
+// freezes the windows; after the answer limit the talk is given up with the
+// printer error (and a job it still makes is cancelled).
 class CupsPrinter : public PrinterService {
 public:
-    CupsPrinter();
+    explicit CupsPrinter(std::chrono::milliseconds answerLimit = std::chrono::seconds(30));
     ~CupsPrinter() override;
 
     std::vector<InstalledPrinter> printers() override;
@@ -35,6 +41,7 @@ public:
 
 private:
     void beginDocument();
+    static QString defaultQueue();
 
     // The system's default queue until one is chosen; looked up when first
     // needed, so start-up never waits for the scheduler.
@@ -42,6 +49,7 @@ private:
     std::unique_ptr<PdfTextDocument> document_;
     QString documentPrinter_;
     int lastJob_ = 0;
+    std::chrono::milliseconds answerLimit_;
 };
 
 } // namespace platform

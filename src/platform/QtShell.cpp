@@ -4,9 +4,8 @@
 
 namespace platform {
 
-void QtShell::open(const QUrl& address) {
-    // Whether a handler took it or not, nothing is reported.
-    QDesktopServices::openUrl(address);
+bool QtShell::open(const QUrl& address) {
+    return QDesktopServices::openUrl(address);
 }
 
 } // namespace platform

@@ -7,7 +7,7 @@ namespace platform {
 // The desktop's default handler, through QDesktopServices.
 class QtShell : public ShellService {
 public:
-    void open(const QUrl& address) override;
+    bool open(const QUrl& address) override;
 };
 
 } // namespace platform

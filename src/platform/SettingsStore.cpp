@@ -1,6 +1,9 @@
 #include "platform/SettingsStore.h"
 
+#include "platform/Dialogs.h"
+
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
@@ -235,6 +238,9 @@ struct IniSettingsStore::Impl {
     mutable QString lastSection, lastKey;
     mutable const QString* lastValue = nullptr;
     mutable bool lastFound = false;
+    // Where a failed write is told, once.
+    MessageBoxService* messages = nullptr;
+    bool failureReported = false;
 
     void refresh() const {
         const FileStamp now = FileStamp::of(path);
@@ -292,11 +298,29 @@ void IniSettingsStore::setValue(const QString& section, const QString& key, cons
     // Written at once: the command-line converter reads the same file.
     settings.sync();
     impl_->loaded = false;
+    if (settings.status() != QSettings::NoError && impl_->messages != nullptr &&
+        !impl_->failureReported) {
+        impl_->failureReported = true;
+        impl_->messages->show(writeFailureText(QDir::toNativeSeparators(fileName())),
+                              MsgButtons::Ok, MsgIcon::Critical);
+    }
     writesInProcess.fetch_add(1, std::memory_order_acq_rel);
 }
 
 QString IniSettingsStore::fileName() const {
     return impl_->settings.fileName();
+}
+
+void IniSettingsStore::reportWriteFailuresTo(MessageBoxService& messages) {
+    impl_->messages = &messages;
+}
+
+QString IniSettingsStore::writeFailureText(const QString& fileName) {
+    return QStringLiteral("Les réglages n'ont pas pu être enregistrés dans le fichier ") +
+           fileName +
+           QStringLiteral(" (fichier ou dossier protégé en écriture, ou disque plein).\r\n"
+                          "Les changements faits pendant cette session ne seront pas retrouvés "
+                          "au prochain démarrage.");
 }
 
 } // namespace platform

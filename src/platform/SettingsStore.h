@@ -4,6 +4,8 @@
 
 namespace platform {
 
+class MessageBoxService;
+
 // The per-user settings store: sections and keys, every value a text.
 class SettingsStore {
 public:
@@ -25,6 +27,13 @@ public:
 
     // The file the store reads and writes.
     QString fileName() const;
+
+    // A write that does not reach the file (a read-only file or folder, a
+    // full disk) is told to the user once per run, in a box of this service;
+    // without one it goes unsaid.
+    void reportWriteFailuresTo(MessageBoxService& messages);
+    // What that box says.
+    static QString writeFailureText(const QString& fileName);
 
 private:
     struct Impl;

@@ -6,19 +6,24 @@
 namespace platform {
 
 // The system's "open" action: hands an address (a web page, a mailto:) to
-// the desktop's default handler. A failure (no browser, no mail program) is
-// ignored, as the program has always ignored it.
+// the desktop's default handler. False when no handler took it (no browser,
+// no mail program); the web links ignore that, as the program always has.
 class ShellService {
 public:
     virtual ~ShellService() = default;
-    virtual void open(const QUrl& address) = 0;
+    virtual bool open(const QUrl& address) = 0;
 };
 
-// For tests: records every address instead of opening it.
+// For tests: records every address instead of opening it, and answers as
+// the desktop would (handled, or no handler).
 class RecordingShell : public ShellService {
 public:
-    void open(const QUrl& address) override { opened.append(address); }
+    bool open(const QUrl& address) override {
+        opened.append(address);
+        return handled;
+    }
     QList<QUrl> opened;
+    bool handled = true;
 };
 
 } // namespace platform

@@ -1,5 +1,6 @@
 #include "printing/Form6.h"
 
+#include "platform/CommandRunner.h"
 #include "platform/NumberText.h"
 #include "platform/Printer.h"
 #include "platform/RuntimeError.h"
@@ -134,7 +135,8 @@ void Form6::buildControls() {
 
     connect(Combo1, &QComboBox::activated, this,
             [this](int index) { runCommand_([&] { Combo1Click(index); }); });
-    connect(Command1, &QPushButton::clicked, this, &Form6::Command1Click);
+    connect(Command1, &QPushButton::clicked, this,
+            platform::Guarded(messages_, [this] { Command1Click(); }));
     connect(Command2, &QPushButton::clicked, this, &QDialog::close);
 }
 

@@ -11,6 +11,9 @@ public:
     virtual void setCaption(const QString& caption) = 0;
     virtual void setCountLabel(const QString& text) = 0;
     virtual void setWaitCursor(bool waiting) = 0;
+    // While the point editor is open the main window takes no command, no
+    // click on its list and no close request; the other windows stay usable.
+    virtual void setEditorOpen(bool open) { (void)open; }
 };
 
 class NoWindowSurface : public MainWindowSurface {

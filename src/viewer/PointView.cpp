@@ -64,7 +64,7 @@ void widen(ViewBox& box, const ViewBox& other) {
         box.bottom = other.bottom;
 }
 
-// Fills the entries of the grid rows [begin, end) at firstIndex onwards.
+// Reads the entries of the grid rows [begin, end) into entries.
 void readRows(const PointGridModel& grid, const NumberFormat& fmt, int begin, int end,
               ViewPoint* entries, RowsRead& read) {
     QVarLengthArray<char16_t, 256> scratch;
@@ -90,47 +90,66 @@ void readRows(const PointGridModel& grid, const NumberFormat& fmt, int begin, in
     }
 }
 
+// Puts an entry where the count says: at count + 1, computed as a 32-bit
+// float, then counts it. Only the filled entries are stored; they follow
+// each other, except past 2^24 where the same one is filled again.
+void place(PointView& view, ViewPoint&& entry) {
+    const auto index = static_cast<std::size_t>(view.viewPointCount + 1.0f);
+    if (view.points.empty())
+        view.firstEntry = index;
+    const std::size_t next = view.firstEntry + view.points.size();
+    if (index == next)
+        view.points.push_back(std::move(entry));
+    else if (index >= view.firstEntry && index < next)
+        view.points[index - view.firstEntry] = std::move(entry);
+    view.viewPointCount += 1.0f;
+}
+
 } // namespace
+
+const ViewPoint& PointView::entry(std::size_t index) const {
+    static const ViewPoint empty;
+    if (index < firstEntry || index - firstEntry >= points.size())
+        return empty;
+    return points[index - firstEntry];
+}
 
 void LoadView(PointView& view, const PointGridModel& grid, Progress& progress) {
     view.zoomFactor = 1.0f;
     ++view.generation;
     const int rows = std::max(grid.rows() - 1, 0);
-    // Entries 1 to count: the count is kept from an earlier opening, so a
-    // second one starts after as many empty entries. Past 2^24 a 32-bit
-    // count no longer grows by one; the copy is not made for such counts.
-    const auto base = static_cast<std::size_t>(view.viewPointCount);
-    if (double(base) + rows >= 16777216.0)
-        throw RuntimeError(RuntimeError::Overflow);
     const NumberFormat fmt = NumberFormat::current();
+    // The list is emptied; the count stays, so the new entries go after it.
     view.points = std::vector<ViewPoint>();
-    view.points.resize(base + std::size_t(rows) + 1);
+    view.firstEntry = 0;
+    view.points.reserve(std::size_t(rows));
+    std::vector<ViewPoint> part(std::size_t(std::min(rows, rowsPerPart)));
     for (int first = 1; first <= rows; first += rowsPerPart) {
         const int last = std::min(rows, first + rowsPerPart - 1);
         const std::size_t count = std::size_t(last - first + 1);
         const std::size_t parts = PartsFor(count, 4096);
         PerPart<RowsRead> read(parts);
-        ForEachPart(count, parts, [&](std::size_t part, std::size_t begin, std::size_t end) {
-            readRows(grid, fmt, first + int(begin), first + int(end),
-                     view.points.data() + base + std::size_t(first) + begin, read[part]);
+        ForEachPart(count, parts, [&](std::size_t piece, std::size_t begin, std::size_t end) {
+            readRows(grid, fmt, first + int(begin), first + int(end), part.data() + begin,
+                     read[piece]);
         });
         // Put together in order, as one row after the other would: the
         // extent set by the very first point, then widened strictly; an
         // error keeps what the rows before it gave.
-        for (std::size_t part = 0; part < parts; ++part) {
-            const RowsRead& done = read[part];
+        for (std::size_t piece = 0; piece < parts; ++piece) {
+            const RowsRead& done = read[piece];
             if (done.rows > 0) {
                 if (view.viewPointCount == 0)
                     view.fullExtent = done.extent;
                 widen(view.fullExtent, done.extent);
-                view.viewPointCount += float(done.rows);
-                for (int i = 0; i < done.rows; ++i)
+                const std::size_t begin = piece * count / parts;
+                for (int i = 0; i < done.rows; ++i) {
+                    place(view, std::move(part[begin + std::size_t(i)]));
                     progress.tick();
+                }
             }
-            if (done.error) {
-                view.points.resize(static_cast<std::size_t>(view.viewPointCount) + 1);
+            if (done.error)
                 std::rethrow_exception(done.error);
-            }
         }
     }
     if (view.viewPointCount != 0)
@@ -140,20 +159,19 @@ void LoadView(PointView& view, const PointGridModel& grid, Progress& progress) {
 }
 
 int DrawnEntryCount(const PointView& view) {
-    const int count = static_cast<int>(view.viewPointCount);
-    return std::min<int>(count, static_cast<int>(view.points.size()));
+    return static_cast<int>(view.viewPointCount);
 }
 
 void Recentre(PointView& view) {
     view.visibleWindow = view.fullExtent;
 }
 
-void ClickAt(PointView& view, float x, float y) {
+void ClickAt(PointView& view, float x, float y, const ViewBox& drawn) {
     ViewBox& window = view.visibleWindow;
     // The surface's size in the coordinates the last drawing set; the height
     // is negative, top holding the larger -Y.
-    const float w = window.right - window.left;
-    const float h = window.bottom - window.top;
+    const float w = drawn.right - drawn.left;
+    const float h = drawn.bottom - drawn.top;
     if (view.navigationMode == viewmode::pan()) {
         window.right = checked(x + w / 2);
         window.left = checked(x - w / 2);
@@ -197,7 +215,7 @@ void ZoomAndCount(PointView& view, bool zoomIn, MessageBoxService& messages) {
     double unseen = 0;
     const ViewBox& full = view.fullExtent;
     for (int i = 0; i < DrawnEntryCount(view); ++i) {
-        const ViewPoint& entry = view.points[std::size_t(i)];
+        const ViewPoint& entry = view.entry(std::size_t(i));
         const float negY = -entry.Y;
         if (entry.X < full.right && entry.X > full.left && negY < full.top && negY > full.bottom)
             ++seen;

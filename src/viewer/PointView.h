@@ -46,7 +46,11 @@ inline QString pan() {
 // the list, the zoom factor, the sizes and the shown window, and keeps the
 // count, the full extent and the mode.
 struct PointView {
-    std::vector<ViewPoint> points; // index 0 is never filled
+    // The filled entries, from index firstEntry on; every other entry is an
+    // empty one (code 0, no label), which costs nothing. Index 0 is never
+    // filled, and a new opening starts after the entries of the earlier ones.
+    std::vector<ViewPoint> points;
+    std::size_t firstEntry = 0;
     float viewPointCount = 0;
     ViewBox fullExtent;
     ViewBox visibleWindow;
@@ -56,14 +60,19 @@ struct PointView {
     int16_t labelSize = 6;
     // Counts the loadings: a picture drawn from an earlier copy is stale.
     unsigned generation = 0;
+
+    // The entry at an index, filled or empty.
+    const ViewPoint& entry(std::size_t index) const;
 };
 
 // Loading the view's copy from the grid's rows (its header row left out):
 // X and Y by the locale-aware 32-bit conversion (a text that is no number is
-// a type mismatch, one out of range an overflow). The new entries go after as
-// many as the count already holds, and the full extent only widens: both are
-// kept from the previous opening. The rows are read in parts on every
-// core; the progress is told once per row between parts.
+// a type mismatch, one out of range an overflow). Each row fills the entry
+// at count + 1 and adds 1 to the count, both in 32-bit floats: the count is
+// kept from the previous opening, so the new entries go after as many empty
+// ones, and past 2^24, where the count no longer grows, the rows fill the
+// same entry in turn. The full extent only widens. The rows are read in
+// parts on every core; the progress is told once per row between parts.
 void LoadView(PointView& view, const platform::PointGridModel& grid, platform::Progress& progress);
 
 // The entries a drawing pass visits: 0 to count - 1. Index 0 is empty and
@@ -73,10 +82,13 @@ int DrawnEntryCount(const PointView& view);
 // "Recentrer" and "Centrer": the whole extent again.
 void Recentre(PointView& view);
 
-// A left click at (x, y) in the shown window's coordinates: the new window,
-// computed in 32-bit floats in the order right, left, top, bottom, as the
-// mode says (before any mode, the same size centred on the click).
-void ClickAt(PointView& view, float x, float y);
+// A left click at (x, y) in the coordinates of drawn, the window the last
+// drawing set on the surface: the new window, of drawn's size scaled as the
+// mode says (before any mode, the same size), centred on the click, computed
+// in 32-bit floats in the order right, left, top, bottom. The surface keeps
+// the last window it could take, so after a refused one the clicks still
+// work from what is shown.
+void ClickAt(PointView& view, float x, float y, const ViewBox& drawn);
 
 // The size questions: asks until the reply converts to a whole number from
 // 1 to 10, each reply stored at once. False when a reply does not convert

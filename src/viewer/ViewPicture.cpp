@@ -77,9 +77,11 @@ void DrawPlain(QImage& image, const PointView& view, const DrawRequest& request)
     const QFont font = LabelFont(request.labelSize);
     painter.setFont(font);
     const int ascent = QFontMetrics(font).ascent();
-    const int last = DrawnEntryCount(view);
-    for (int i = 0; i < last; ++i) {
-        const ViewPoint& entry = view.points[std::size_t(i)];
+    // Only the filled entries can be shown; the empty ones have no colour.
+    const std::size_t last = std::min(std::size_t(std::max(DrawnEntryCount(view), 0)),
+                                      view.firstEntry + view.points.size());
+    for (std::size_t i = view.firstEntry; i < last; ++i) {
+        const ViewPoint& entry = view.points[i - view.firstEntry];
         if (!shown(entry, request))
             continue;
         // The dot is centred on the pixel the point falls in.
@@ -331,8 +333,11 @@ void ViewPicture::drawEntries(std::size_t begin, std::size_t end, int top, int b
     const int below = glyphs_.height() - ascent + 4;
     std::unique_ptr<QImage> band;
     std::unique_ptr<QPainter> painter;
-    for (std::size_t i = begin; i < std::min(end, last_); ++i) {
-        const ViewPoint& entry = view_.points[i];
+    // Only the filled entries can be shown; the empty ones have no colour.
+    const std::size_t first = view_.firstEntry;
+    const std::size_t stop = std::min({end, last_, first + view_.points.size()});
+    for (std::size_t i = std::max(begin, first); i < stop; ++i) {
+        const ViewPoint& entry = view_.points[i - first];
         if (!shown(entry, request_))
             continue;
         const double dx = mapping_.dotX(entry.X);

@@ -43,6 +43,8 @@ public:
     qint64 longestGapMs() const { return longestGap_; }
     // The world position of a point of the surface, in the window drawn last.
     QPointF worldAt(QPointF pixel) const;
+    // The coordinate system the last pass set (a refused window sets none).
+    const ViewBox& drawnWindow() const { return drawn_; }
 
 signals:
     void pressed(Qt::MouseButton button, QPointF pixel, QPoint global);

@@ -1,5 +1,6 @@
 #include "viewer/frmVisualisation.h"
 
+#include "platform/CommandRunner.h"
 #include "viewer/Zone.h"
 
 #include <QApplication>
@@ -9,9 +10,11 @@
 #include <QMenuBar>
 #include <QResizeEvent>
 
+using platform::Guarded;
+
 frmVisualisation::frmVisualisation(PointView& view, platform::InputBoxService& input,
-                                   QWidget* parent)
-    : QWidget(parent, Qt::Window), view_(view), input_(input) {
+                                   platform::MessageBoxService& messages, QWidget* parent)
+    : QWidget(parent, Qt::Window), view_(view), input_(input), messages_(messages) {
     setObjectName(QStringLiteral("frmVisualisation"));
     setWindowTitle(QStringLiteral("Visualisation des points"));
     bar_ = new QMenuBar(this);
@@ -52,28 +55,36 @@ frmVisualisation::frmVisualisation(PointView& view, platform::InputBoxService& i
     QAction* centre = addItem(Mnu_Commande, "Mnu_Commande_Centrer", QStringLiteral("Centrer"));
     centre->setCheckable(false);
 
+    // Every command of the window runs guarded: an error ends it with the
+    // report and the window goes on.
+    const auto on = [this](QAction* item, auto body) {
+        connect(item, &QAction::triggered, this, Guarded(messages_, std::move(body)));
+    };
     for (QAction* item : {MnuZoomp, Mnu_Commande_Zoomp})
-        connect(item, &QAction::triggered, this, [this] { setMode(viewmode::zoomIn()); });
+        on(item, [this] { setMode(viewmode::zoomIn()); });
     for (QAction* item : {MnuZoomm, Mnu_Commande_Zoomm})
-        connect(item, &QAction::triggered, this, [this] { setMode(viewmode::zoomOut()); });
+        on(item, [this] { setMode(viewmode::zoomOut()); });
     for (QAction* item : {pan, Mnu_Commande_Deplacement})
-        connect(item, &QAction::triggered, this, [this] { setMode(viewmode::pan()); });
+        on(item, [this] { setMode(viewmode::pan()); });
     for (QAction* item : {recentreItem, centre})
-        connect(item, &QAction::triggered, this, &frmVisualisation::recentre);
-    connect(pointSize, &QAction::triggered, this, [this] {
+        on(item, [this] { recentre(); });
+    on(pointSize, [this] {
         AskPointSize(view_, input_);
         DrawView(view_.pointSize);
     });
-    connect(labelSize, &QAction::triggered, this, [this] {
+    on(labelSize, [this] {
         AskLabelSize(view_, input_);
         DrawView(view_.pointSize);
     });
     // Each filter flips its own check mark (checkable) and redraws.
     for (QAction* item : {MnuAffichageSt, MnuAffichagePt})
-        connect(item, &QAction::triggered, this, [this] { DrawView(view_.pointSize); });
+        on(item, [this] { DrawView(view_.pointSize); });
 
     Zone_ = new Zone(this);
-    connect(Zone_, &Zone::pressed, this, &frmVisualisation::pressed);
+    connect(Zone_, &Zone::pressed, this,
+            Guarded(messages_, [this](Qt::MouseButton button, QPointF pixel, QPoint global) {
+                pressed(button, pixel, global);
+            }));
     resize(640, 480);
 }
 
@@ -118,13 +129,13 @@ void frmVisualisation::pressed(Qt::MouseButton button, QPointF pixel, QPoint glo
     if (button != Qt::LeftButton)
         return;
     const QPointF world = Zone_->worldAt(pixel);
-    ClickAt(view_, float(world.x()), float(world.y()));
+    ClickAt(view_, float(world.x()), float(world.y()), Zone_->drawnWindow());
     DrawView(view_.pointSize);
 }
 
 bool frmVisualisation::event(QEvent* event) {
     if (event->type() == QEvent::WindowActivate)
-        DrawView(view_.pointSize);
+        platform::RunCommand(messages_, [this] { DrawView(view_.pointSize); });
     return QWidget::event(event);
 }
 
@@ -133,6 +144,10 @@ void frmVisualisation::closeEvent(QCloseEvent* event) {
     // still draws on it: it is stopped, and the window goes when it has
     // returned, never under it.
     event->accept();
+    platform::RunCommand(messages_, [this] { unload(); });
+}
+
+void frmVisualisation::unload() {
     if (Zone_->busy()) {
         Zone_->stop();
         goWhenIdle_ = true;
@@ -143,6 +158,10 @@ void frmVisualisation::closeEvent(QCloseEvent* event) {
 
 void frmVisualisation::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
+    platform::RunCommand(messages_, [this] { layoutZone(); });
+}
+
+void frmVisualisation::layoutZone() {
     // 690 and 120 twips (46 and 8 pixels) are the frame and menu allowances
     // of the window's outer size; a smaller window leaves Zone as it is. The
     // view is redrawn when the window is next activated, not here.

@@ -10,7 +10,8 @@ class QMenuBar;
 class Zone;
 namespace platform {
 class InputBoxService;
-}
+class MessageBoxService;
+} // namespace platform
 
 // "Visualisation des points": the points of the list on a plan, with their
 // identifiers, zoomed, panned and recentred with the mouse and the menus.
@@ -19,7 +20,8 @@ class InputBoxService;
 class frmVisualisation : public QWidget {
     Q_OBJECT
 public:
-    frmVisualisation(PointView& view, platform::InputBoxService& input, QWidget* parent = nullptr);
+    frmVisualisation(PointView& view, platform::InputBoxService& input,
+                     platform::MessageBoxService& messages, QWidget* parent = nullptr);
 
     Zone* zone() const { return Zone_; }
     // The drawing pass with the current filters; true when drawn.
@@ -35,9 +37,12 @@ private:
     void setMode(const QString& mode);
     void recentre();
     void pressed(Qt::MouseButton button, QPointF pixel, QPoint global);
+    void unload();
+    void layoutZone();
 
     PointView& view_;
     platform::InputBoxService& input_;
+    platform::MessageBoxService& messages_;
     QMenuBar* bar_ = nullptr;
     Zone* Zone_ = nullptr;
     QMenu* Mnu_Commande = nullptr;

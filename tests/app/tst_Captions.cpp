@@ -1,15 +1,7 @@
+#include "ProgramFixture.h"
 #include "TestRunner.h"
-#include "WindowFixture.h"
 
-#include "dialogs/parameters/ParametersCommand.h"
-#include "editing/EditingCommands.h"
-#include "editing/NumberingCommands.h"
-#include "info/InfoCommands.h"
 #include "info/InfoWindows.h"
-#include "platform/Printer.h"
-#include "platform/Shell.h"
-#include "printing/PrintingCommands.h"
-#include "viewer/ViewerCommands.h"
 
 #include <QStyle>
 #include <QStyleOptionButton>
@@ -18,37 +10,7 @@ using namespace testing;
 
 namespace {
 
-// The main window with every module's commands, as the program wires it.
-struct Fixture : WindowFixture {
-    platform::RecordingShell shell;
-    platform::ScriptedPrinter printer;
-    Fixture() : WindowFixture({{1234.5, 6862104.512, 152.3, QStringLiteral("A1")}}) {
-        // A queue with a long name, driver and port, as CUPS gives them.
-        printer.installed = {{QStringLiteral("PDF_Paysage"), QStringLiteral("Generic PDF Printer"),
-                              QStringLiteral("file:///var/spool/cups-pdf/paysage.pdf"),
-                              platform::OrientationLandscape}};
-        InstallPrintingCommands(window, printer);
-        InstallParameterCommands(window);
-        InstallEditingCommands(window);
-        InstallNumberingAndFormatCommands(window);
-        InstallInfoCommands(window, shell, dir.path());
-        InstallViewerCommands(window);
-        window.show();
-        window.grid()->setCurrentIndex(state.Grid.index(0, 0));
-    }
-    ~Fixture() {
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            if (widget != &window && widget->isVisible())
-                widget->close();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-    QWidget* topLevel(const QString& name) const {
-        for (QWidget* widget : QApplication::topLevelWidgets())
-            if (widget->objectName() == name && widget->isVisible())
-                return widget;
-        return nullptr;
-    }
-};
+using Fixture = ProgramFixture;
 
 // The room a caption needs beyond its text in a push button: the style's
 // margin and frame on both sides. The size hint would also count the

@@ -1,11 +1,14 @@
+#include "ProgramFixture.h"
 #include "TestRunner.h"
-#include "WindowFixture.h"
 
 #include "platform/RuntimeError.h"
 #include "state/Startup.h"
+#include "viewer/Zone.h"
 
 #include <QFile>
 #include <QHeaderView>
+#include <QTimer>
+#include <functional>
 
 using namespace testing;
 using namespace platform;
@@ -43,8 +46,32 @@ struct Start {
     QByteArray mail = mailFile; // "-": no mail settings file
 };
 
+// An error forced inside a window's command or mouse handler.
+struct Fault {
+    QString opens;                            // the main menu item that opens the window
+    QString window;                           // its name
+    std::function<void(ProgramFixture&)> act; // what the user does in it, error forced
+    int error;
+};
+
+// The view's middle, clicked in the current mode until a box shows (the
+// coordinates overflow after some 160 "Zoom -" clicks).
+void clickViewUntilBox(ProgramFixture& f, const char* mode) {
+    QWidget* view = f.topLevel(QStringLiteral("frmVisualisation"));
+    view->findChild<QAction*>(QStringLiteral("MnuRecentrer"))->trigger(); // drawn once
+    view->findChild<QAction*>(QString::fromLatin1(mode))->trigger();
+    auto* zone = view->findChild<Zone*>();
+    for (int i = 0; i < 400 && f.boxes.boxes().empty(); ++i)
+        QTest::mouseClick(zone, Qt::LeftButton, {}, zone->rect().center());
+}
+
+void settingsFail(ProgramFixture& f) {
+    f.settings.onWrite = [] { throw RuntimeError(RuntimeError::PermissionDenied); };
+}
+
 } // namespace
 Q_DECLARE_METATYPE(Start)
+Q_DECLARE_METATYPE(Fault)
 
 class TestForm1 : public QObject {
     Q_OBJECT
@@ -56,6 +83,8 @@ private slots:
     void openFilesFromCommandLine();
     void quit_data();
     void quit();
+    void errorsEndTheCommand_data();
+    void errorsEndTheCommand();
 };
 
 void TestForm1::startUp_data() {
@@ -193,29 +222,109 @@ void TestForm1::openFilesFromCommandLine() {
 
 void TestForm1::quit_data() {
     QTest::addColumn<bool>("modified");
-    QTest::addColumn<int>("answer"); // -1: nothing asked
-    QTest::newRow("unchanged: nothing asked") << false << -1;
-    QTest::newRow("yes saves") << true << int(MsgAnswer::Yes);
-    QTest::newRow("cancel still closes") << true << int(MsgAnswer::Cancel);
+    QTest::addColumn<int>("answer");     // -1: nothing asked
+    QTest::addColumn<QString>("during"); // the work going on when the close comes
+    QTest::newRow("unchanged: nothing asked") << false << -1 << "";
+    QTest::newRow("yes saves") << true << int(MsgAnswer::Yes) << "";
+    QTest::newRow("cancel still closes") << true << int(MsgAnswer::Cancel) << "";
+    QTest::newRow("while printing: once printed") << true << int(MsgAnswer::No) << "print";
+    QTest::newRow("while the view loads: once loaded") << true << int(MsgAnswer::No) << "view";
 }
 
 void TestForm1::quit() {
     QFETCH(bool, modified);
     QFETCH(int, answer);
-    WindowFixture f({{1, 2, 3, "A"}});
-    f.window.show();
+    QFETCH(QString, during);
+    std::vector<PointRecord> points{{1, 2, 3, "A"}};
+    // Enough points for the work to let events in while it goes on.
+    for (int i = 0; !during.isEmpty() && i < 300000; ++i)
+        points.push_back({double(i % 1000), double(i / 1000), 0, QString::number(i)});
+    ProgramFixture f(points);
     f.state.DataModified = modified;
     const QString saved = f.dir.filePath(QStringLiteral("saved.xyz"));
     if (answer >= 0)
         f.boxes.answerMessage(MsgAnswer(answer));
     if (answer == int(MsgAnswer::Yes))
         f.files.choose(saved, 1);
-    f.window.QuitCommand();
+    if (during.isEmpty()) {
+        f.window.QuitCommand();
+    } else {
+        // The close box, while the list is printed or the view loads.
+        if (during == u"print")
+            f.trigger("print");
+        bool working = false;
+        QTimer::singleShot(0, &f.window, [&] {
+            working = !f.window.menuBar()->isEnabled();
+            f.window.close();
+        });
+        if (during == u"print")
+            child<QPushButton>(f.topLevel(QStringLiteral("Form6")), "Command1")->click();
+        else
+            f.trigger("view");
+        QVERIFY(working);
+        QTRY_VERIFY(!f.window.isVisible());
+        if (during == u"print")
+            QCOMPARE(f.printer.ended.size(), std::size_t(1));
+    }
     const QString question = QStringLiteral(
         "Enregistrement: Voulez vous enregistrer les modifications ? [question yesnocancel]");
     QCOMPARE(shownBoxes(f.boxes), answer < 0 ? QStringList() : QStringList{question});
     QCOMPARE(QFile::exists(saved), answer == int(MsgAnswer::Yes));
     QVERIFY(!f.window.isVisible());
+}
+
+// An error that nothing traps, forced inside any window's command or mouse
+// handler, ends that command with the report; the program and the window go
+// on, and the points are as they were.
+void TestForm1::errorsEndTheCommand_data() {
+    Rows<Fault> row;
+    const auto click = [](const char* window, const char* name) {
+        return [=](ProgramFixture& f) {
+            settingsFail(f);
+            child<QAbstractButton>(f.topLevel(QString::fromLatin1(window)), name)->click();
+        };
+    };
+    const auto choose = [](const char* window) {
+        return [=](ProgramFixture& f) {
+            settingsFail(f);
+            emit child<QComboBox>(f.topLevel(QString::fromLatin1(window)), "Combo1")->activated(0);
+        };
+    };
+    row("view: Zoom - clicks overflow",
+        {"view", "frmVisualisation", [](ProgramFixture& f) { clickViewUntilBox(f, "MnuZoomm"); },
+         RuntimeError::Overflow});
+    row("view: Zoom - clicks overflow, context menu",
+        {"view", "frmVisualisation",
+         [](ProgramFixture& f) { clickViewUntilBox(f, "Mnu_Commande_Zoomm"); },
+         RuntimeError::Overflow});
+    row("Form2: Ok, settings not written",
+        {"para", "Form2", click("Form2", "Command1"), RuntimeError::PermissionDenied});
+    row("FormatDonnee: separator box, settings not written",
+        {"Mnu_Format", "FormatDonnee", click("FormatDonnee", "Check1"),
+         RuntimeError::PermissionDenied});
+    row("FormatDonnee: decimals, settings not written",
+        {"Mnu_Format", "FormatDonnee", choose("FormatDonnee"), RuntimeError::PermissionDenied});
+    row("Form6: printer choice, settings not written",
+        {"print", "Form6", choose("Form6"), RuntimeError::PermissionDenied});
+}
+
+void TestForm1::errorsEndTheCommand() {
+    QFETCH(Fault, c);
+    ProgramFixture f({{0, 0, 1, "A"}, {1000, 500, 2, "B"}, {400, 300, 3, "C"}});
+    const QStringList points = PointsAsText(f.state);
+    const QStringList rows = gridColumn(f.state, 0);
+    f.window.menuItem(c.opens)->trigger();
+    QVERIFY(f.topLevel(c.window));
+    f.boxes.clear();
+    f.boxes.setThrowOnUnexpected(false);
+    c.act(f);
+    QCOMPARE(shownBoxes(f.boxes),
+             QStringList{QStringLiteral("Tovalin: ") + RuntimeError(c.error).reportText() +
+                         QStringLiteral(" [critical ok]")});
+    QVERIFY(f.window.isVisible() && f.window.menuBar()->isEnabled());
+    QVERIFY(f.topLevel(c.window));
+    QCOMPARE(PointsAsText(f.state), points);
+    QCOMPARE(gridColumn(f.state, 0), rows);
 }
 
 TOVALIN_TEST(TestForm1)

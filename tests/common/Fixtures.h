@@ -26,12 +26,16 @@ public:
         return values.value(section + u'/' + key, defaultValue);
     }
     void setValue(const QString& section, const QString& key, const QString& value) override {
+        if (onWrite)
+            onWrite();
         values[section + u'/' + key] = value;
     }
 
     QMap<QString, QString> values; // "section/key"
     mutable int reads = 0;
     std::function<void(int)> onRead;
+    // Runs before each write; a test makes it throw for a store that fails.
+    std::function<void()> onWrite;
 };
 
 class RecordingSurface : public MainWindowSurface {

@@ -1,9 +1,11 @@
+#include "ProgramFixture.h"
 #include "TestRunner.h"
-#include "WindowFixture.h"
 
 #include "editing/EditingCommands.h"
 #include "editing/Form3.h"
 #include "editing/PointEditing.h"
+
+#include <QMenu>
 
 using namespace testing;
 using namespace platform;
@@ -34,7 +36,8 @@ struct Fixture : WindowFixture {
         QVERIFY(editor());
         editor()->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(editor()));
-        QVERIFY(!window.isEnabled()); // the main window waits for the editor
+        // The main window waits for the editor: no command, no list.
+        QVERIFY(!window.menuBar()->isEnabled() && !window.centralWidget()->isEnabled());
     }
     Form3* editor() const {
         for (QWidget* widget : QApplication::topLevelWidgets()) {
@@ -105,6 +108,7 @@ private slots:
     void deleteThenSearch();
     void walk_data();
     void walk();
+    void otherWindowsStayUsable();
 };
 
 void TestForm3::editPoint_data() {
@@ -146,7 +150,7 @@ void TestForm3::editPoint() {
     f.click("Command1");
 
     QVERIFY(!f.editor());
-    QVERIFY(f.window.isEnabled());
+    QVERIFY(f.window.centralWidget()->isEnabled() && f.window.menuBar()->isEnabled());
     const int index = modify ? 0 : 3;
     QCOMPARE(pointText(f.state.Points[index]), c.stored);
     QCOMPARE(f.state.PointCount, modify ? 3.0 : 4.0);
@@ -172,7 +176,7 @@ void TestForm3::returnAndEscape() {
         f.type("Text1", QStringLiteral("5"));
         QTest::keyClick(f.control(QStringLiteral("Text1")), Qt::Key_Escape);
         QVERIFY(!f.editor());
-        QVERIFY(f.window.isEnabled());
+        QVERIFY(f.window.centralWidget()->isEnabled() && f.window.menuBar()->isEnabled());
     }
     QCOMPARE(f.state.PointCount, 4.0);
 }
@@ -315,6 +319,37 @@ void TestForm3::walk() {
                           ? QStringLiteral("end")
                           : box.prompt.section(u'\r', 1, 1).mid(5));
     QCOMPARE(announced, c.found);
+}
+
+// While the editor is open only the main window waits: the other windows
+// take clicks and their menus, and the main window's close box is ignored
+// rather than lose the point being typed.
+void TestForm3::otherWindowsStayUsable() {
+    ProgramFixture f(abc);
+    const QStringList others{"frmVisualisation", "Form2", "Form5", "FormatDonnee"};
+    for (const char* item : {"view", "para", "MnuImmatriculation", "Mnu_Format"})
+        f.trigger(item);
+    f.trigger("ent_pt");
+    QWidget* editor = f.topLevel(QStringLiteral("Form3"));
+    QVERIFY(editor);
+    QTest::keyClicks(child<QLineEdit>(editor, "Text4"), QStringLiteral("Z9"));
+    for (const QString& name : others) {
+        QWidget* other = f.topLevel(name);
+        QVERIFY2(other && other->isEnabled(), qPrintable(name));
+    }
+    auto* view = f.topLevel(QStringLiteral("frmVisualisation"));
+    QVERIFY(view->findChild<QAction*>(QStringLiteral("MnuZoomp"))->isEnabled());
+    QVERIFY(view->findChild<QMenu*>(QStringLiteral("Mnu_Commande"))->isEnabled());
+    QVERIFY(!f.window.menuBar()->isEnabled());
+    f.state.DataModified = true;
+    f.window.close();
+    QVERIFY(f.window.isVisible());
+    QVERIFY(f.boxes.boxes().empty());
+    QCOMPARE(child<QLineEdit>(editor, "Text4")->text(), QStringLiteral("Z9"));
+    child<QPushButton>(editor, "Command1")->click();
+    QCOMPARE(f.state.PointCount, 4.0);
+    QCOMPARE(f.state.Points[3].Matricule, QStringLiteral("Z9"));
+    QVERIFY(f.window.menuBar()->isEnabled() && f.window.centralWidget()->isEnabled());
 }
 
 TOVALIN_TEST(TestForm3)

@@ -23,6 +23,7 @@ const std::vector<PointRecord> sample{
 struct Fixture {
     GestionDonnee state;
     MemorySettings settings;
+    ScriptedDialogs boxes;
     std::unique_ptr<FormatDonnee> dialog;
 
     explicit Fixture(const std::vector<PointRecord>& points = sample) {
@@ -32,11 +33,15 @@ struct Fixture {
     }
     // Loads the dialog as the menu does, with what the settings hold now.
     FormatDonnee& open() {
-        dialog = std::make_unique<FormatDonnee>(state, settings);
+        dialog = std::make_unique<FormatDonnee>(state, settings, boxes);
         dialog->show();
         return *dialog;
     }
     QComboBox* combo() const { return child<QComboBox>(dialog.get(), "Combo1"); }
+    // The text the list shows: its entry, or a pattern that is none of them.
+    QString shown() const {
+        return combo()->currentIndex() >= 0 ? combo()->currentText() : combo()->placeholderText();
+    }
     QCheckBox* check() const { return child<QCheckBox>(dialog.get(), "Check1"); }
     void ok() { child<QPushButton>(dialog.get(), "Command1")->click(); }
     // Picks an entry with the keyboard, as a user would.
@@ -89,7 +94,7 @@ void TestFormatDonnee::okRewritesTheList_data() {
     row("en, two decimals",
         {false, "-", 0, "0.000", "0.00", false, false, "A & 1234.57 & -0.50 & 1000000.25"});
     row("no choice changes nothing", {false, "0.00", 0, "0.00", "", false, false, ""});
-    row("pattern not in the list", {false, "#.##", 0, "", "", false, false, ""});
+    row("pattern not in the list", {false, "#.##", 0, "#.##", "", false, false, ""});
     // Each choice is saved at once: the close box keeps them, but not the
     // list's texts.
     row("close box", {true, "-", 0, "0.000", "0.0", true, true, ""});
@@ -126,11 +131,11 @@ void TestFormatDonnee::okRewritesTheList() {
     const QStringList before = gridRow(f.state, c.empty ? 0 : 1);
 
     FormatDonnee& dialog = f.open();
+    QCOMPARE(f.shown(), c.shown);
     QStringList entries;
     for (int i = 0; i < f.combo()->count(); ++i)
         entries << f.combo()->itemText(i);
     QCOMPARE(entries, items("0 & 0.0 & 0.00 & 0.000 & 0.0000 & 0.00000 & 0.000000"));
-    QCOMPARE(f.combo()->currentText(), c.shown);
     QCOMPARE(f.check()->isChecked(), c.flag == 1);
     if (!c.pattern.isEmpty())
         f.choose(c.pattern);

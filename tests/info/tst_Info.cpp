@@ -268,8 +268,17 @@ private slots:
         QCOMPARE(query.queryItemValue(QStringLiteral("body"), QUrl::FullyDecoded), body);
     }
 
+    // Handed to the mail program, or, with none to take it, kept in the
+    // window with a word on how to send it.
+    void mailWindowSends_data() {
+        QTest::addColumn<bool>("handled");
+        QTest::newRow("a mail program takes it") << true;
+        QTest::newRow("no mail program") << false;
+    }
     void mailWindowSends() {
+        QFETCH(bool, handled);
         Fixture f;
+        f.shell.handled = handled;
         f.trigger("EnvMail");
         auto* mail = f.topLevel<frmMail>("frmMail");
         QVERIFY(mail);
@@ -286,7 +295,18 @@ private slots:
         const QString body = query.queryItemValue(QStringLiteral("body"), QUrl::FullyDecoded);
         QVERIFY2(body.startsWith(QStringLiteral("Bonjour,\r\nça plante.\r\n")), qPrintable(body));
         QVERIFY(body.endsWith(SystemReport()));
-        QVERIFY(!mail->isVisible());
+        QCOMPARE(mail->isVisible(), !handled);
+        if (handled) {
+            QVERIFY(f.boxes.boxes().empty());
+            return;
+        }
+        QCOMPARE(child<QPlainTextEdit>(mail, "Text2")->toPlainText(),
+                 QStringLiteral("Bonjour,\nça plante."));
+        QCOMPARE(shownBoxes(f.boxes),
+                 QStringList{"Envoyer un mail à l'auteur: Aucun programme de messagerie n'a "
+                             "répondu : le message n'a pas été envoyé.\r\nIl est resté dans la "
+                             "fenêtre. Copiez-le et envoyez-le depuis votre messagerie à "
+                             "l'adresse support@example.org. [information ok]"});
     }
 
     void systemReport() {

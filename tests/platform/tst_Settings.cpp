@@ -2,11 +2,16 @@
 #include "TestRunner.h"
 #include "TestSupport.h"
 
+#include "platform/ScriptedDialogs.h"
 #include "platform/SettingsStore.h"
 
+#include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QSettings>
 #include <QTest>
+#include <functional>
+#include <unistd.h>
 
 using namespace platform;
 using testing::Rows;
@@ -49,6 +54,8 @@ private slots:
     void valuesRoundTrip_data();
     void valuesRoundTrip();
     void handWrittenValuesSurviveAWrite();
+    void writeFailures_data();
+    void writeFailures();
 };
 
 void TestSettings::handWrittenFile_data() {
@@ -126,6 +133,65 @@ void TestSettings::handWrittenValuesSurviveAWrite() {
     QCOMPARE(store.value(QStringLiteral("Divers"), QStringLiteral("Lien"), QString()), "a;b");
     QCOMPARE(store.value(QStringLiteral("App"), QStringLiteral("Version"), QString()), "3");
     QCOMPARE(readByQSettings(kParametre + QStringLiteral("/Separateur_Lec")), ";");
+}
+
+// Settings that cannot be written: said once per run, naming the file. The
+// file and the folder are made immutable as well as read-only, since the
+// tests may run as root, whom permissions do not stop.
+void TestSettings::writeFailures_data() {
+    QTest::addColumn<QString>("failure");
+    QTest::addColumn<int>("boxes");
+    QTest::newRow("writable") << "" << 0;
+    QTest::newRow("read-only file") << "file" << 1;
+    QTest::newRow("read-only folder") << "folder" << 1;
+    QTest::newRow("folder is a file") << "not a folder" << 1;
+}
+
+void TestSettings::writeFailures() {
+    QFETCH(QString, failure);
+    QFETCH(int, boxes);
+    const QString folder = QFileInfo(iniPath()).path();
+    QDir().mkpath(folder);
+    testing::writeBytes(iniPath(), "[App]\nNbDec=0.000\n");
+    const auto protect = [](const QString& path, bool on) {
+        QFile::setPermissions(path, on ? QFile::ReadOwner | QFile::ExeOwner
+                                       : QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        return QProcess::execute(QStringLiteral("chattr"),
+                                 {on ? QStringLiteral("+i") : QStringLiteral("-i"), path}) == 0;
+    };
+    const QString target = failure == u"file" ? iniPath() : folder;
+    struct Restore {
+        std::function<void()> undo;
+        ~Restore() { undo(); }
+    } restore{[&] {
+        if (failure == u"file" || failure == u"folder")
+            protect(target, false);
+        if (failure == u"not a folder") {
+            QFile::remove(folder);
+            QDir().mkpath(folder);
+        }
+    }};
+    if ((failure == u"file" || failure == u"folder") && !protect(target, true) && geteuid() == 0)
+        QSKIP("chattr cannot protect the settings from root here");
+    if (failure == u"not a folder") {
+        QDir(folder).removeRecursively();
+        testing::writeBytes(folder, "");
+    }
+    ScriptedDialogs messages;
+    messages.setThrowOnUnexpected(false);
+    IniSettingsStore store;
+    store.reportWriteFailuresTo(messages);
+    store.setValue(QStringLiteral("App"), QStringLiteral("NbDec"), QStringLiteral("0.0"));
+    store.setValue(QStringLiteral("App"), QStringLiteral("SepSys"), QStringLiteral("1"));
+    QCOMPARE(int(messages.boxes().size()), boxes);
+    if (boxes == 0) {
+        QCOMPARE(readByQSettings(QStringLiteral("App/NbDec")), QStringLiteral("0.0"));
+        return;
+    }
+    QCOMPARE(messages.boxes().front().prompt,
+             IniSettingsStore::writeFailureText(QDir::toNativeSeparators(iniPath())));
+    QVERIFY(messages.boxes().front().prompt.contains(QStringLiteral("Tovalin/Tovalin.ini")));
+    QCOMPARE(messages.boxes().front().icon, MsgIcon::Critical);
 }
 
 TOVALIN_TEST(TestSettings)

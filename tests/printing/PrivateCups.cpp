@@ -192,6 +192,10 @@ bool PrivateCups::addFailingQueue(const QString& name) {
                     QStringLiteral("printer-error-policy=stop-printer")});
 }
 
+bool PrivateCups::pause(bool paused) const {
+    return pid_ > 0 && ::kill(static_cast<pid_t>(pid_), paused ? SIGSTOP : SIGCONT) == 0;
+}
+
 bool PrivateCups::waitForJob(int job, int seconds) const {
     const QDeadlineTimer deadline(seconds * 1000);
     while (!deadline.hasExpired()) {

@@ -37,6 +37,9 @@ public:
                  QString* output = nullptr) const;
     // Waits until the job has been printed; false when it did not in time.
     bool waitForJob(int job, int seconds = 60) const;
+    // Stops the scheduler's process (SIGSTOP) so that it takes requests and
+    // never answers them, or lets it go on (SIGCONT).
+    bool pause(bool paused) const;
     // Waits until the queue is stopped.
     bool waitForStopped(const QString& queue, int seconds = 60) const;
     // The document of a job as it was handed to the scheduler (kept in its

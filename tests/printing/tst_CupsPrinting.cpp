@@ -13,6 +13,8 @@
 #include "printing/Listing.h"
 #include "printing/PrintingCommands.h"
 
+#include <QElapsedTimer>
+#include <QTimer>
 #include <memory>
 
 using namespace testing;
@@ -77,7 +79,8 @@ QString compareListing(const QStringList& lines, const QStringList& expected) {
 }
 
 struct CupsFixture : WindowFixture {
-    CupsPrinter printer;
+    // Room for a slow machine, well short of the program's half minute.
+    CupsPrinter printer{std::chrono::seconds(8)};
     explicit CupsFixture(const std::vector<PointRecord>& list) : WindowFixture(list) {
         InstallPrintingCommands(window, printer);
     }
@@ -220,9 +223,41 @@ private slots:
         QTest::addColumn<QString>("how");
         QTest::newRow("stopped") << "cupsdisable";
         QTest::newRow("refusing jobs") << "cupsreject";
+        QTest::newRow("scheduler not answering") << "SIGSTOP";
     }
     void stoppedQueue() {
         QFETCH(QString, how);
+        if (how == u"SIGSTOP") {
+            // The program paints and answers while it waits, then gives up
+            // with the message; the scheduler's late answer prints nothing.
+            CupsFixture f(points(3));
+            f.trigger("print");
+            f.choose(QStringLiteral("Bureau"));
+            f.boxes.answerMessage(MsgAnswer::Ok);
+            QVERIFY(cups_->pause(true));
+            QElapsedTimer sinceEvent;
+            qint64 longest = 0;
+            QTimer events;
+            QObject::connect(&events, &QTimer::timeout,
+                             [&] { longest = std::max(longest, sinceEvent.restart()); });
+            events.start(5);
+            sinceEvent.start();
+            QElapsedTimer waited;
+            waited.start();
+            f.control<QPushButton>("Command1")->click();
+            longest = std::max(longest, sinceEvent.elapsed()); // up to the end of the wait
+            events.stop();
+            QVERIFY(cups_->pause(false));
+            QCOMPARE(shownBoxes(f.boxes), QStringList{errorBox});
+            QCOMPARE(f.printer.lastJob(), 0);
+            QVERIFY2(waited.elapsed() >= 8000, qPrintable(QString::number(waited.elapsed())));
+            QVERIFY2(longest < 100,
+                     qPrintable(QStringLiteral("%1 ms without events").arg(longest)));
+            f.control<QPushButton>("Command1")->click();
+            QTRY_VERIFY(f.dialog() == nullptr);
+            QVERIFY(cups_->waitForJob(f.printer.lastJob()));
+            return;
+        }
         const QString queue = QStringLiteral("Arret_") + how;
         QVERIFY(cups_->addQueue(queue));
         QVERIFY(cups_->command(how, {queue}));

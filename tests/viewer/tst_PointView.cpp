@@ -48,6 +48,8 @@ private slots:
     void loading_data();
     void loading();
     void reopening();
+    void countPastTheFloat_data();
+    void countPastTheFloat();
     void clicks_data();
     void clicks();
     void sizes_data();
@@ -56,6 +58,8 @@ private slots:
     void emptyDrawings_data();
     void emptyDrawings();
     void window();
+    void clicksAfterARefusedWindow_data();
+    void clicksAfterARefusedWindow();
 };
 
 // The copy, its count and extents; -Y throughout; index 0 left empty.
@@ -84,13 +88,13 @@ void TestPointView::loading() {
     QCOMPARE(view.viewPointCount, float(rows.size()));
     QCOMPARE(box(view.fullExtent), extent);
     QCOMPARE(box(view.visibleWindow), extent);
-    QCOMPARE(view.points[0].ColourCode, int16_t(0));
-    QCOMPARE(view.points[1].Label, QStringLiteral("A"));
-    QCOMPARE(view.points[1].ColourCode, int16_t(1));
+    QCOMPARE(view.entry(0).ColourCode, int16_t(0));
+    QCOMPARE(view.entry(1).Label, QStringLiteral("A"));
+    QCOMPARE(view.entry(1).ColourCode, int16_t(1));
     // The drawing visits 0 to count - 1: never the empty entry 0 drawn, never
     // the last point loaded.
     QCOMPARE(DrawnEntryCount(view), rows.size());
-    QCOMPARE(view.points[std::size_t(rows.size())].Label,
+    QCOMPARE(view.entry(std::size_t(rows.size())).Label,
              QString(QChar(char16_t(u'A' + rows.size() - 1))));
 }
 
@@ -110,14 +114,53 @@ void TestPointView::reopening() {
     QCOMPARE(view.viewPointCount, 5.0f);
     QCOMPARE(box(view.fullExtent), QStringLiteral("110 0 0 -130"));
     QCOMPARE(box(view.visibleWindow), box(view.fullExtent));
-    QCOMPARE(view.points[3].Label, QStringLiteral("C"));
-    QVERIFY(view.points[1].Label.isEmpty() && view.points[2].Label.isEmpty());
+    QCOMPARE(view.entry(3).Label, QStringLiteral("C"));
+    QVERIFY(view.entry(1).Label.isEmpty() && view.entry(2).Label.isEmpty());
+    // The empty entries of the first opening are not kept.
+    QCOMPARE(view.points.size(), std::size_t(3));
     QCOMPARE(view.navigationMode, viewmode::pan());
     QCOMPARE(view.pointSize, int16_t(2));
     QCOMPARE(view.labelSize, int16_t(6));
     QCOMPARE(view.zoomFactor, 1.0f);
     // Drawn: entries 0 to 4, so C and D of the new set and not E.
     QCOMPARE(DrawnEntryCount(view), 5);
+}
+
+// Openings whose count passes 2^24, where a 32-bit count stops growing: no
+// error, the rows fill the entries the float arithmetic gives, the view opens
+// again, and only the filled entries take memory.
+void TestPointView::countPastTheFloat_data() {
+    QTest::addColumn<float>("count");    // kept from the earlier openings
+    QTest::addColumn<QString>("filled"); // index:label after loading A B C D
+    QTest::addColumn<float>("after");
+    QTest::newRow("below") << 1000.0f << "1001:A 1002:B 1003:C 1004:D" << 1004.0f;
+    QTest::newRow("reaching 2^24") << 16777214.0f << "16777215:A 16777216:D" << 16777216.0f;
+    QTest::newRow("at 2^24") << 16777216.0f << "16777216:D" << 16777216.0f;
+}
+
+void TestPointView::countPastTheFloat() {
+    QFETCH(float, count);
+    QFETCH(QString, filled);
+    QFETCH(float, after);
+    PointGridModel grid;
+    fill(grid, {"A\t0\t0\t0", "B\t10\t10\t0", "C\t20\t5\t0", "D\t30\t1\t0"});
+    PointView view;
+    view.viewPointCount = count;
+    NoProgress none;
+    for (int opening = 0; opening < 2; ++opening) {
+        QCOMPARE(errorOf([&] { LoadView(view, grid, none); }), 0);
+        QStringList found;
+        for (std::size_t i = view.firstEntry; i < view.firstEntry + view.points.size(); ++i)
+            if (!view.entry(i).Label.isEmpty())
+                found << QString::number(i) + u':' + view.entry(i).Label;
+        if (opening == 0) {
+            QCOMPARE(found.join(u' '), filled);
+            QCOMPARE(view.viewPointCount, after);
+        }
+        QVERIFY(view.points.size() <= 4);
+        QVERIFY(view.entry(0).Label.isEmpty() &&
+                view.entry(std::size_t(count) - 1).Label.isEmpty());
+    }
 }
 
 // The window after clicks at (70, -10) in each mode, from a window 0..100
@@ -148,7 +191,7 @@ void TestPointView::clicks() {
     view.visibleWindow = ViewBox{100, 0, 0, -50};
     view.navigationMode = mode;
     for (int i = 0; i < clicks; ++i)
-        ClickAt(view, 70, -10);
+        ClickAt(view, 70, -10, view.visibleWindow);
     QCOMPARE(box(view.visibleWindow), expected);
     QCOMPARE(view.zoomFactor, factor);
     if (mode == viewmode::zoomIn() && clicks == 3) {
@@ -325,6 +368,44 @@ void TestPointView::window() {
     view = f.window.findChild<frmVisualisation*>();
     QVERIFY(view != nullptr);
     QCOMPARE(marks(), QStringLiteral("......"));
+}
+
+// Points over half a metre at a northing where a 32-bit float steps by 0.5:
+// a "Zoom +" click gives a window of no height, which the surface refuses;
+// the next clicks still work, from the window drawn last.
+void TestPointView::clicksAfterARefusedWindow_data() {
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<float>("widthFactor"); // of the new window to the one drawn
+    QTest::newRow("Zoom -") << "MnuZoomm" << 1 / 0.6f;
+    QTest::newRow("Déplacement") << "MnuDeplacement" << 1.0f;
+}
+
+void TestPointView::clicksAfterARefusedWindow() {
+    QFETCH(QString, mode);
+    QFETCH(float, widthFactor);
+    WindowFixture f(
+        {{1000, 6862100, 0, "A"}, {1000.5, 6862100.5, 0, "B"}, {1000.2, 6862100, 0, "C"}});
+    InstallViewerCommands(f.window);
+    f.trigger("view");
+    auto* view = f.window.findChild<frmVisualisation*>();
+    const auto item = [&](const QString& name) { return view->findChild<QAction*>(name); };
+    Zone* zone = view->zone();
+    item(QStringLiteral("MnuRecentrer"))->trigger();
+    const ViewBox drawn = zone->drawnWindow();
+    QVERIFY(drawn.top != drawn.bottom);
+    item(QStringLiteral("MnuZoomp"))->trigger();
+    QTest::mouseClick(zone, Qt::LeftButton, {}, zone->rect().center());
+    QVERIFY(zone->drawnWindow() == drawn); // refused, silently
+    QVERIFY(f.boxes.boxes().empty());
+    item(mode)->trigger();
+    const int passes = zone->passes();
+    // Low on the surface, where -Y falls on an odd step of the float: half a
+    // step either way does not round back onto it.
+    QTest::mouseClick(zone, Qt::LeftButton, {}, QPoint(zone->width() / 2, zone->height() * 9 / 10));
+    const ViewBox now = zone->drawnWindow();
+    QVERIFY(zone->passes() > passes);
+    QVERIFY(now.top != now.bottom);
+    QVERIFY(qAbs((now.right - now.left) / (drawn.right - drawn.left) - widthFactor) < 1e-3f);
 }
 
 TOVALIN_TEST(TestPointView)

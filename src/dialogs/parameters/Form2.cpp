@@ -1,5 +1,6 @@
 #include "dialogs/parameters/Form2.h"
 
+#include "platform/CommandRunner.h"
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
 #include "platform/SettingsStore.h"
@@ -269,37 +270,40 @@ void Form2::buildControls() {
 
 void Form2::connectRules() {
     // A box runs its rule whenever its value changes, in code or by the user.
-    connect(Check1, &QCheckBox::toggled, this, &Form2::Check1Click);
-    connect(Check2, &QCheckBox::toggled, this, &Form2::Check2Click);
-    connect(Check3, &QCheckBox::toggled, this, &Form2::Check3Click);
-    connect(Check4, &QCheckBox::toggled, this, &Form2::Check4Click);
-    connect(Check5, &QCheckBox::toggled, this, &Form2::Check5Click);
-    connect(Check6, &QCheckBox::toggled, this, &Form2::Check6Click);
-    connect(Check7, &QCheckBox::toggled, this, &Form2::Check7Click);
-    connect(Option1, &QRadioButton::toggled, this, [this](bool on) {
-        if (on)
-            Option1Click();
-    });
-    connect(Option2, &QRadioButton::toggled, this, [this](bool on) {
-        if (on)
-            Option2Click();
-    });
+    // Every rule runs guarded: an error ends it with the report.
+    using platform::Guarded;
+    connect(Check1, &QCheckBox::toggled, this, Guarded(messages_, [this] { Check1Click(); }));
+    connect(Check2, &QCheckBox::toggled, this, Guarded(messages_, [this] { Check2Click(); }));
+    connect(Check3, &QCheckBox::toggled, this, Guarded(messages_, [this] { Check3Click(); }));
+    connect(Check4, &QCheckBox::toggled, this, Guarded(messages_, [this] { Check4Click(); }));
+    connect(Check5, &QCheckBox::toggled, this, Guarded(messages_, [this] { Check5Click(); }));
+    connect(Check6, &QCheckBox::toggled, this, Guarded(messages_, [this] { Check6Click(); }));
+    connect(Check7, &QCheckBox::toggled, this, Guarded(messages_, [this] { Check7Click(); }));
+    connect(Option1, &QRadioButton::toggled, this, Guarded(messages_, [this](bool on) {
+                if (on)
+                    Option1Click();
+            }));
+    connect(Option2, &QRadioButton::toggled, this, Guarded(messages_, [this](bool on) {
+                if (on)
+                    Option2Click();
+            }));
 
     for (QLineEdit* field : {Text3, Text4, Text5}) {
-        connect(field, &QLineEdit::textChanged, this, [this, field] {
-            checkChange(field, &Form2::LayerNameHasForbiddenCharacter, kLayerNamePrompt,
-                        kLayerNameTitle);
-        });
+        connect(field, &QLineEdit::textChanged, this, Guarded(messages_, [this, field] {
+                    checkChange(field, &Form2::LayerNameHasForbiddenCharacter, kLayerNamePrompt,
+                                kLayerNameTitle);
+                }));
     }
     for (QLineEdit* field : {Text6, Text7}) {
-        connect(field, &QLineEdit::textChanged, this, [this, field] {
-            checkChange(field, &Form2::NumberHasForbiddenCharacter, kNumberPrompt, kNumberTitle);
-        });
+        connect(field, &QLineEdit::textChanged, this, Guarded(messages_, [this, field] {
+                    checkChange(field, &Form2::NumberHasForbiddenCharacter, kNumberPrompt,
+                                kNumberTitle);
+                }));
     }
     for (QLineEdit* field : {Text1, Text2, Text3, Text4, Text5, Text6, Text7})
         field->installEventFilter(this);
 
-    connect(Command1, &QPushButton::clicked, this, &Form2::Command1Click);
+    connect(Command1, &QPushButton::clicked, this, Guarded(messages_, [this] { Command1Click(); }));
     // "Annuler" only unloads: what the boxes' rules changed at once stays.
     connect(Command2, &QPushButton::clicked, this, &QWidget::close);
 }
@@ -473,6 +477,12 @@ bool Form2::eventFilter(QObject* watched, QEvent* event) {
     auto* field = qobject_cast<QLineEdit*>(watched);
     if (field == nullptr)
         return QDialog::eventFilter(watched, event);
+    bool taken = false;
+    platform::RunCommand(messages_, [&] { taken = filterField(field, event); });
+    return taken || QDialog::eventFilter(watched, event);
+}
+
+bool Form2::filterField(QLineEdit* field, QEvent* event) {
 
     if (event->type() == QEvent::KeyPress) {
         const auto* key = static_cast<QKeyEvent*>(event);
@@ -494,7 +504,7 @@ bool Form2::eventFilter(QObject* watched, QEvent* event) {
         if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
             refillOnFocusLoss(field);
     }
-    return QDialog::eventFilter(watched, event);
+    return false;
 }
 
 void Form2::checkChange(QLineEdit* field, bool (*forbidden)(const QString&), const QString& prompt,

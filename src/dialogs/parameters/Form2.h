@@ -61,6 +61,8 @@ private:
     void checkChange(QLineEdit* field, bool (*forbidden)(const QString&), const QString& prompt,
                      const QString& title);
     // Refill of an emptied field when it loses the focus.
+    // The rules of a field's keys and focus; true when the key is taken.
+    bool filterField(QLineEdit* field, QEvent* event);
     void refillOnFocusLoss(QLineEdit* field);
     QString separatorOfList(const QComboBox* list, const QString& current) const;
     void save(const char* key, const QString& value);
