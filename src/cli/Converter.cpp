@@ -19,13 +19,16 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QTemporaryFile>
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace platform;
 
@@ -73,13 +76,19 @@ const char* const helpText =
     "                 Separateur_Autre_Ecr Calque_Point Calque_Matricule Calque_Z\n"
     "                 Num_Premier_Pt Inc_Num Num_Pt_Dxf Dxf_Format Fich_Dim NomImp\n"
     "                 NbDec SepSys ExtCfg\n"
-    "  --height TEXTE réponse à la question de la hauteur du texte du DXF (\"1\")\n"
+    "  --height TEXTE réponse à la question de la hauteur du texte du DXF (\"1\") ;\n"
+    "                 0 n'écrit rien (statut 1)\n"
+    "  -o SORTIE      remplacée seulement une fois écrite en entier ; à travers\n"
+    "                 un lien, le fichier visé ; un fichier protégé en écriture\n"
+    "                 est refusé ; un périphérique ou un tube nommé\n"
+    "                 (/dev/stdout, une FIFO) est écrit directement\n"
+    "  --             fin des options : ce qui suit est un fichier\n"
     "  --help         cette aide\n"
     "  --version      la version de Tovalin\n"
     "\n"
     "Les réglages sont lus dans le fichier de réglages de Tovalin, jamais écrits.\n"
-    "Statut de sortie : 0 réussi, 1 erreur (message sur la sortie d'erreur),\n"
-    "2 mauvais usage.\n";
+    "Statut de sortie : 0 réussi, 1 erreur (message sur la sortie d'erreur) ou\n"
+    "conversion sans aucun point lu (rien n'est écrit), 2 mauvais usage.\n";
 
 // The section of each setting that --set may override.
 std::optional<QString> sectionOf(const QString& key) {
@@ -157,33 +166,19 @@ bool sameFile(const QString& a, const QString& b) {
     return first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
-// The lines of a text file as the readers split them: a line ends at CR LF
-// or at a lone CR, and a last line without a line break still counts.
-qint64 countLines(const QString& fileName) {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    qint64 lines = 0;
-    char last = 0;
-    char beforeLast = 0;
-    qint64 size = 0;
-    std::vector<char> block(std::size_t(1) << 20);
-    for (;;) {
-        const qint64 got = file.read(block.data(), qint64(block.size()));
-        if (got <= 0)
-            break;
-        lines += std::count(block.data(), block.data() + got, '\r');
-        beforeLast = got > 1 ? block[std::size_t(got - 2)] : last;
-        last = block[std::size_t(got - 1)];
-        size += got;
-    }
-    const bool endsWithBreak = last == '\r' || (last == '\n' && beforeLast == '\r');
-    return lines + (size > 0 && !endsWithBreak ? 1 : 0);
-}
+// Counts what the reader ticks: the XYZ reader ticks once per line it reads,
+// so the count is the file's lines without opening it again (a pipe can be
+// read only once).
+class LineCount : public NoProgress {
+public:
+    void tick() override { ++ticks; }
+    qint64 ticks = 0;
+};
 
 // Tells on standard error what an input left out: its lines that gave no
 // point, or that it gave no point at all. The exit status stays as it is.
-void reportDropped(std::FILE* err, const QString& input, FileFormat format, double points) {
+void reportDropped(std::FILE* err, const QString& input, FileFormat format, double points,
+                   qint64 lines) {
     const QString name = QFileInfo(input).fileName();
     if (points == 0) {
         print(err, QStringLiteral("tovalin-cli : attention : « %1 » n'a donné aucun point "
@@ -193,7 +188,7 @@ void reportDropped(std::FILE* err, const QString& input, FileFormat format, doub
     }
     if (format != FileFormat::Xyz)
         return;
-    const qint64 dropped = countLines(input) - qint64(points);
+    const qint64 dropped = lines - qint64(points);
     if (dropped > 0)
         print(err, QStringLiteral("tovalin-cli : « %1 » : %2 sans point, laissée%3 de côté\n")
                        .arg(name,
@@ -202,57 +197,165 @@ void reportDropped(std::FILE* err, const QString& input, FileFormat format, doub
                             dropped == 1 ? QString() : QStringLiteral("s")));
 }
 
-// The output is written beside its target under a temporary name and takes
-// the target's name only once it is whole: a failed run leaves the target as
-// it was (absent, or the old file unchanged).
+// The temporary file a signal must not leave behind. A signal handler can
+// reach nothing but process-wide data, so this is the converter's one piece
+// of it: the name encoded beforehand, removed with unlink(2) alone
+// (async-signal-safe), armed only while the file exists.
+char pendingTemporary[4096];
+volatile std::sig_atomic_t pendingArmed = 0;
+
+extern "C" void removeTemporaryAndStop(int signal) {
+    if (pendingArmed)
+        ::unlink(pendingTemporary);
+    // The handler was reset to the default on entry: the signal ends the run
+    // as it would have without us.
+    ::raise(signal);
+}
+
+constexpr int kCleanedSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+int errorOfErrno(int error) {
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+        return RuntimeError::PathNotFound;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return RuntimeError::PermissionDenied;
+    default:
+        return RuntimeError::PathFileAccess;
+    }
+}
+
+// True when the mode bits let this process write the file: those of its
+// owner, group or others, whichever it is. Decided on the bits and not by
+// access(2), which lets root write anything: the program's save refuses a
+// write-protected file and so does the converter, whoever runs it.
+bool modeAllowsWriting(const struct stat& info) {
+    if (info.st_uid == ::geteuid())
+        return (info.st_mode & S_IWUSR) != 0;
+    bool inGroup = info.st_gid == ::getegid();
+    if (!inGroup) {
+        std::vector<gid_t> groups(std::size_t(std::max(::getgroups(0, nullptr), 0)));
+        const int count = ::getgroups(int(groups.size()), groups.data());
+        inGroup = std::find(groups.begin(), groups.begin() + std::max(count, 0), info.st_gid) !=
+                  groups.begin() + std::max(count, 0);
+    }
+    return (info.st_mode & (inGroup ? S_IWGRP : S_IWOTH)) != 0;
+}
+
+// The output, wherever it stands. A regular file (or a new one) is written
+// beside itself under a temporary name and takes its name only once whole, so
+// a failed run leaves it as it was; through symbolic links, the file they
+// lead to is the one replaced and the links stay. A device or a pipe
+// (/dev/null, /dev/stdout, a FIFO) is written into directly, as cp does: it
+// cannot be replaced, and a partial write there is all it can get.
 class OutputFile {
 public:
-    explicit OutputFile(const QString& target)
-        : target_(target),
-          temporary_(QFileInfo(target).absolutePath() + QStringLiteral("/.tovalin-cli-XXXXXX")) {
-        temporary_.setAutoRemove(false);
-    }
-    ~OutputFile() {
-        if (!committed_ && !temporary_.fileName().isEmpty())
-            QFile::remove(temporary_.fileName());
-    }
-    // The name to write to; empty when no file can be made beside the target.
-    QString reserve() {
-        if (!temporary_.open())
-            return QString();
-        temporary_.close();
-        return temporary_.fileName();
-    }
-    bool commit() {
+    // Throws the run-time error the program's save would meet: 70 for a
+    // write-protected file or folder, 76 for a missing folder.
+    explicit OutputFile(const QString& output) {
+        QByteArray path = QFile::encodeName(output);
+        for (int hops = 0;; ++hops) {
+            struct stat info {};
+            if (::lstat(path.constData(), &info) != 0) {
+                if (errno != ENOENT)
+                    throw RuntimeError(errorOfErrno(errno));
+                break; // a new file
+            }
+            if (S_ISLNK(info.st_mode) && hops < 40 && !path.startsWith("/proc/") &&
+                !path.startsWith("/dev/fd/")) {
+                QByteArray next(4096, Qt::Uninitialized);
+                const ssize_t length = ::readlink(path.constData(), next.data(), 4096);
+                if (length < 0 || length >= 4096)
+                    throw RuntimeError(RuntimeError::PathFileAccess);
+                next.truncate(length);
+                if (!next.startsWith('/'))
+                    next = path.left(path.lastIndexOf('/') + 1) + next;
+                path = next;
+                continue;
+            }
+            // Links into /proc (/dev/stdout leads there) name open files,
+            // not places: written through as they stand.
+            struct stat target {};
+            if (::stat(path.constData(), &target) != 0)
+                throw RuntimeError(errorOfErrno(errno));
+            if (!S_ISREG(target.st_mode) || S_ISLNK(info.st_mode)) {
+                direct_ = output;
+                return;
+            }
+            if (!modeAllowsWriting(target))
+                throw RuntimeError(RuntimeError::PermissionDenied);
+            exists_ = true;
+            mode_ = target.st_mode & 07777;
+            break;
+        }
+        target_ = path;
+        const qsizetype slash = path.lastIndexOf('/');
+        QByteArray name = (slash < 0 ? QByteArray() : path.left(slash + 1)) + ".tovalin-cli-XXXXXX";
+        const int fd = ::mkstemp(name.data());
+        if (fd < 0)
+            throw RuntimeError(errorOfErrno(errno));
         // A new file gets the permissions a file created in its place would
         // have; an old one keeps its own.
-        const QFileInfo old(target_);
-        QFile::Permissions permissions = old.exists() ? old.permissions()
-                                                      : QFile::ReadOwner | QFile::WriteOwner |
-                                                            QFile::ReadGroup | QFile::WriteGroup |
-                                                            QFile::ReadOther | QFile::WriteOther;
-        if (!old.exists()) {
+        if (!exists_) {
             const mode_t mask = ::umask(0);
             ::umask(mask);
-            if (mask & S_IWGRP)
-                permissions &= ~QFile::WriteGroup;
-            if (mask & S_IWOTH)
-                permissions &= ~QFile::WriteOther;
-            if (mask & S_IRGRP)
-                permissions &= ~QFile::ReadGroup;
-            if (mask & S_IROTH)
-                permissions &= ~QFile::ReadOther;
+            mode_ = 0666 & ~mask;
         }
-        QFile::setPermissions(temporary_.fileName(), permissions);
-        committed_ = std::rename(QFile::encodeName(temporary_.fileName()).constData(),
-                                 QFile::encodeName(target_).constData()) == 0;
+        ::fchmod(fd, mode_);
+        ::close(fd);
+        temporary_ = name;
+        arm();
+    }
+    ~OutputFile() {
+        if (!temporary_.isEmpty() && !committed_)
+            ::unlink(temporary_.constData());
+        disarm();
+    }
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    // The name the writer writes to.
+    QString written() const { return direct_.isEmpty() ? QFile::decodeName(temporary_) : direct_; }
+    bool commit() {
+        if (!direct_.isEmpty())
+            return true;
+        committed_ = std::rename(temporary_.constData(), target_.constData()) == 0;
         return committed_;
     }
 
 private:
-    QString target_;
-    QTemporaryFile temporary_;
+    void arm() {
+        if (temporary_.size() >= qsizetype(sizeof pendingTemporary))
+            return;
+        std::memcpy(pendingTemporary, temporary_.constData(), std::size_t(temporary_.size() + 1));
+        struct sigaction action {};
+        action.sa_handler = removeTemporaryAndStop;
+        action.sa_flags = SA_RESETHAND;
+        sigemptyset(&action.sa_mask);
+        for (std::size_t i = 0; i < std::size(kCleanedSignals); ++i)
+            ::sigaction(kCleanedSignals[i], &action, &saved_[i]);
+        pendingArmed = 1;
+        armed_ = true;
+    }
+    void disarm() {
+        if (!armed_)
+            return;
+        pendingArmed = 0;
+        for (std::size_t i = 0; i < std::size(kCleanedSignals); ++i)
+            ::sigaction(kCleanedSignals[i], &saved_[i], nullptr);
+    }
+
+    QString direct_;    // a device or pipe, written as named
+    QByteArray target_; // the regular file replaced, links followed
+    QByteArray temporary_;
+    bool exists_ = false;
+    mode_t mode_ = 0;
     bool committed_ = false;
+    bool armed_ = false;
+    struct sigaction saved_[std::size(kCleanedSignals)]{};
 };
 
 class NoFileDialog : public FileDialogService {
@@ -346,13 +449,16 @@ bool reportImport(std::FILE* err, const QString& input, FileFormat format,
 // When the XYZ reader read an input badly, whether it looks like another
 // program's file: judged from its beginning, which is enough to see its
 // line ends, header and columns.
-void suggestImport(std::FILE* err, const QString& input, double points) {
+void suggestImport(std::FILE* err, const QString& input, double points, qint64 lines) {
+    // Only a file can be looked at again: a pipe has been read once already.
+    if (!(points == 0 || lines > qint64(points)) || !QFileInfo(input).isFile())
+        return;
     QFile file(input);
     if (!file.open(QIODevice::ReadOnly))
         return;
     const QString hint =
         importing::ImportHint(importing::ImportText::fromBytes(file.read(qint64(1) << 16)));
-    if (!hint.isEmpty() && (points == 0 || countLines(input) > qint64(points)))
+    if (!hint.isEmpty())
         print(err, QStringLiteral("tovalin-cli : « %1 » : ").arg(QFileInfo(input).fileName()) +
                        hint + u'\n');
 }
@@ -376,8 +482,18 @@ QString parse(const QStringList& args, Options& options) {
     options.command = args.first();
     if (options.command != u"list" && options.command != u"convert")
         return QStringLiteral("commande inconnue : ") + options.command;
+    bool optionsEnded = false;
     for (qsizetype i = 1; i < args.size(); ++i) {
         const QString& arg = args[i];
+        // After "--" every argument is a file, even one named like an option.
+        if (optionsEnded) {
+            options.inputs << arg;
+            continue;
+        }
+        if (arg == u"--") {
+            optionsEnded = true;
+            continue;
+        }
         auto next = [&](QString& into) {
             if (i + 1 >= args.size())
                 return false;
@@ -478,11 +594,13 @@ void printList(const GestionDonnee& state, std::FILE* out) {
 
 int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std::FILE* out,
                  std::FILE* err) {
-    if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
+    // Only the options before "--" count: after it, "--help" is a file.
+    const QStringList leading = arguments.mid(0, arguments.indexOf(QStringLiteral("--")));
+    if (leading.contains(QStringLiteral("--help")) || leading.contains(QStringLiteral("-h"))) {
         print(out, QString::fromUtf8(helpText));
         return 0;
     }
-    if (arguments.contains(QStringLiteral("--version"))) {
+    if (leading.contains(QStringLiteral("--version"))) {
         const ProgramVersion version = programVersion();
         print(out, QStringLiteral("tovalin-cli (Tovalin) %1.%2.%3\n")
                        .arg(DefaultText(version.major), DefaultText(version.minor),
@@ -522,6 +640,11 @@ int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std:
 
     try {
         LoadSettings(state.Settings, settings);
+        // Made first, so that an output that cannot be written is told before
+        // a long read; a signal from here on leaves no temporary file.
+        std::optional<OutputFile> output;
+        if (options.command == u"convert")
+            output.emplace(options.output);
         for (qsizetype i = 0; i < options.inputs.size(); ++i) {
             const QString& input = options.inputs[i];
             const FileFormat format = options.from.value_or(FormatOfName(input));
@@ -530,36 +653,49 @@ int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std:
             // makes its rows as it prints them, and the writers read the store.
             const double before = state.PointCount;
             importing::ImportReport imported;
-            if (i + 1 == options.inputs.size())
-                ReadPointFile(context, input, QFileInfo(input).fileName(), format, &options.import,
-                              &imported);
-            else
-                OpenFile(context, input, QFileInfo(input).fileName(), format, &options.import,
-                         &imported);
+            LineCount lines;
+            CommandContext reading{state, boxes, boxes, files, settings, window, lines};
+            ReadPointFile(reading, input, QFileInfo(input).fileName(), format, &options.import,
+                          &imported);
+            if (i + 1 < options.inputs.size())
+                state.RefreshPointList();
             if (format == FileFormat::Csv || format == FileFormat::DxfPoints) {
                 // An input that gave nothing fails the run before anything is written.
                 if (!reportImport(err, input, format, imported))
                     return 1;
                 continue;
             }
-            reportDropped(err, input, format, state.PointCount - before);
+            reportDropped(err, input, format, state.PointCount - before, lines.ticks);
             if (format == FileFormat::Xyz)
-                suggestImport(err, input, state.PointCount - before);
+                suggestImport(err, input, state.PointCount - before, lines.ticks);
         }
         if (options.command == u"list") {
             printList(state, out);
         } else {
             const FileFormat format = options.to.value_or(FormatOfName(options.output));
-            OutputFile output(options.output);
-            const QString written = output.reserve();
-            if (written.isEmpty())
-                throw RuntimeError(RuntimeError::PermissionDenied);
+            // Nothing read, nothing written: an old output is worth more than
+            // an empty one, and a batch must see that this file failed.
+            if (state.PointCount == 0) {
+                print(err, QStringLiteral("tovalin-cli : aucun point lu : « %1 » n'est pas "
+                                          "écrit\n")
+                               .arg(options.output));
+                return 1;
+            }
+            // A height of 0 makes the writer stop before it touches a file,
+            // as the program's save does without a word; here it is said, and
+            // the status tells that nothing was written.
+            if (format == FileFormat::Dxf && DxfTextHeight(options.height) == 0) {
+                print(err, QStringLiteral("tovalin-cli : hauteur de texte nulle : « %1 » n'est "
+                                          "pas écrit\n")
+                               .arg(options.output));
+                return 1;
+            }
             bool done = false;
             try {
                 if (format == FileFormat::Xyz)
-                    WriteXyzFile(context, written);
+                    WriteXyzFile(context, output->written());
                 else
-                    WriteDxfFile(context, written);
+                    WriteDxfFile(context, output->written());
                 done = !boxes.failed();
             } catch (const RuntimeError&) {
                 explainLimit(err, format, state.PointCount);
@@ -567,7 +703,7 @@ int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std:
             }
             if (!done)
                 explainLimit(err, format, state.PointCount);
-            else if (!output.commit())
+            else if (!output->commit())
                 throw RuntimeError(RuntimeError::PermissionDenied);
         }
     } catch (const RuntimeError& error) {

@@ -347,6 +347,10 @@ constexpr std::size_t kBlockPoints = 1 << 14;
 
 } // namespace
 
+double DxfTextHeight(const QString& reply) {
+    return CDbl(PointToComma(reply));
+}
+
 void WriteDxfFile(CommandContext& context, const QString& path) {
     const GestionDonnee& state = context.state;
     const InMemorySettings& settings = state.Settings;
@@ -354,10 +358,8 @@ void WriteDxfFile(CommandContext& context, const QString& path) {
     const QString reply =
         context.input.ask(QStringLiteral("Entrez la taille de la police\rExemple : 1"),
                           QStringLiteral("Taille de la police"), QStringLiteral("1"));
-    // The height is read in the regional format after "." was made ",": the
-    // program was made for comma-decimal systems. A reply that is no number
-    // (Cancel gives "") is a type mismatch that nothing here traps.
-    const double height = CDbl(PointToComma(reply));
+    // A reply that is no number is a type mismatch that nothing here traps.
+    const double height = DxfTextHeight(reply);
     if (height == 0)
         return;
 

@@ -12,6 +12,8 @@ class Progress;
 
 // Reads the whole file, one line after the other; open and read failures are
 // run-time errors for the caller. The caller refreshes the list afterwards.
+// The progress is ticked once per line read, good or not: the converter
+// counts the lines it left out from these ticks.
 void ReadXyzFile(GestionDonnee& state, const QString& fileName);
 void ReadXyzFile(GestionDonnee& state, const QString& fileName, platform::Progress& progress);
 

@@ -7,8 +7,16 @@
 #include "state/Startup.h"
 
 #include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QThread>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace testing;
@@ -22,19 +30,56 @@ struct Run {
     QByteArray err;
 };
 
-// Runs the real converter with its own settings folder and regional format.
-Run runCli(const QStringList& args, const QString& configHome,
-           const QString& locale = QStringLiteral("fr_FR.UTF-8")) {
-    QProcess process;
+void startCli(QProcess& process, const QStringList& args, const QString& configHome,
+              const QString& locale, const QString& workDir) {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome);
     env.insert(QStringLiteral("LC_ALL"), locale);
     process.setProcessEnvironment(env);
+    process.setWorkingDirectory(workDir);
     process.start(QStringLiteral(TOVALIN_BINARY_DIR "/bin/tovalin-cli"), args);
-    if (!process.waitForFinished(120000))
-        qFatal("tovalin-cli did not finish");
+}
+
+// Runs the real converter with its own settings folder and regional format;
+// one still running after the time given is killed (exit code -2).
+Run runCli(const QStringList& args, const QString& configHome,
+           const QString& locale = QStringLiteral("fr_FR.UTF-8"),
+           const QString& workDir = QDir::currentPath(), int timeoutMs = 120000) {
+    QProcess process;
+    startCli(process, args, configHome, locale, workDir);
+    if (!process.waitForFinished(timeoutMs)) {
+        process.kill();
+        process.waitForFinished();
+        return Run{-2, process.readAllStandardOutput(), process.readAllStandardError()};
+    }
     return Run{process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
                process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+// Writes bytes into a named pipe once a reader opens it, giving up after a
+// while (a reader that never comes).
+void feedPipe(const QString& path, const QByteArray& bytes) {
+    const QByteArray name = QFile::encodeName(path);
+    QElapsedTimer waited;
+    waited.start();
+    int fd = -1;
+    while ((fd = ::open(name.constData(), O_WRONLY | O_NONBLOCK)) < 0 && waited.elapsed() < 20000)
+        QThread::msleep(10);
+    if (fd < 0)
+        return;
+    ::fcntl(fd, F_SETFL, 0);
+    for (qsizetype done = 0; done < bytes.size();) {
+        const ssize_t n = ::write(fd, bytes.constData() + done, std::size_t(bytes.size() - done));
+        if (n <= 0)
+            break;
+        done += n;
+    }
+    ::close(fd);
+}
+
+// The temporary files the converter leaves beside its output, if any.
+QStringList temporaries(const QString& folder) {
+    return QDir(folder).entryList({QStringLiteral(".tovalin-cli-*")}, QDir::Files | QDir::Hidden);
 }
 
 // The converter's arguments, each KEY=VALUE of sets as a --set option.
@@ -123,6 +168,10 @@ private slots:
     void imported_data();
     void imported();
     void everySampleAsTheOpenPathReads();
+    void outputWherever_data();
+    void outputWherever();
+    void noTemporaryLeftOnSignal_data();
+    void noTemporaryLeftOnSignal();
 
 private:
     QTemporaryDir dir_;
@@ -135,6 +184,8 @@ private:
 void TestConverter::initTestCase() {
     input_ = dir_.filePath(QStringLiteral("points.xyz"));
     writeBytes(input_, samplePoints);
+    writeBytes(dir_.filePath(QStringLiteral("-a.xyz")),
+               QByteArray(samplePoints).replace("bad line\r\n", ""));
 
     // Many more rows than the converter makes at a time, some of them odd: a
     // tab in the identifier moves the cells along, a bad line.
@@ -205,6 +256,10 @@ void TestConverter::exitStatus_data() {
         {{"list", "--set", "Inc_Num", "a.xyz"}, 2, "--set attend CLE=VALEUR : Inc_Num"});
     row("help", {{"list", "--help"}, 0, "--set CLE=VALEUR"});
     row("version", {{"--version"}, 0, "tovalin-cli (Tovalin) " TOVALIN_VERSION_TEXT "\n"});
+    // After "--" a name like an option is a file.
+    row("-- ends the options", {{"list", "--", "-a.xyz"}, 0, "B7\t-0,500\t12,346\t0,000\n"});
+    row("help after --", {{"list", "--", "--help"}, 1, "Fichier introuvable\n"});
+    row("option after --", {{"list", "--", "-o", "b.xyz"}, 1, "Fichier introuvable\n"});
     // A file that cannot be read: the report, and no output at all.
     row("read error",
         {{"convert", input_, dir_.filePath("missing.xyz"), "-o", dir_.filePath("never.dxf")},
@@ -216,7 +271,7 @@ void TestConverter::exitStatus_data() {
 // error and nothing written; 0 for the help.
 void TestConverter::exitStatus() {
     QFETCH(Exit, c);
-    const Run run = runCli(c.args, config_.path());
+    const Run run = runCli(c.args, config_.path(), QStringLiteral("fr_FR.UTF-8"), dir_.path());
     QCOMPARE(run.exitCode, c.status);
     const QString err = QString::fromUtf8(run.err);
     if (c.status == 0) {
@@ -242,38 +297,66 @@ void TestConverter::exitStatus() {
 // output that is an input is refused before anything is read, and a failed
 // write leaves the target as it was, with no temporary file beside it.
 void TestConverter::outputNeverLost_data() {
-    QTest::addColumn<QString>("input");  // "sample" or "large" (too many points for XYZ)
-    QTest::addColumn<QString>("output"); // how the output names the file
-    QTest::addColumn<QByteArray>("old"); // the target before the run; null: absent
+    QTest::addColumn<QString>("input");    // "sample", "large" (too many points for XYZ), "none"
+    QTest::addColumn<QString>("output");   // how the output names the file
+    QTest::addColumn<QStringList>("more"); // further arguments
+    QTest::addColumn<QByteArray>("old");   // the target before the run; null: absent
     QTest::addColumn<int>("status");
     QTest::addColumn<QString>("message");
     const QString same = QStringLiteral("est le fichier d'entrée");
     const QString limit = QStringLiteral("un fichier XYZ s'écrit avec 32 768 points au plus");
+    const QString zero = QStringLiteral("hauteur de texte nulle");
+    const QString none = QStringLiteral("aucun point lu");
+    const QByteArray oldFile("old\r\n");
     QTest::newRow("same name") << "sample"
-                               << "in.xyz" << QByteArray() << 2 << same;
+                               << "in.xyz" << QStringList() << QByteArray() << 2 << same;
     QTest::newRow("same through ./") << "sample"
-                                     << "./in.xyz" << QByteArray() << 2 << same;
-    QTest::newRow("same through a link") << "sample"
-                                         << "link.xyz" << QByteArray() << 2 << same;
-    QTest::newRow("same as a hard link") << "sample"
-                                         << "hard.xyz" << QByteArray() << 2 << same;
-    QTest::newRow("failed write, old target") << "large"
-                                              << "out.xyz" << QByteArray("old\r\n") << 1 << limit;
-    QTest::newRow("failed write, no target") << "large"
-                                             << "out.xyz" << QByteArray() << 1 << limit;
+                                     << "./in.xyz" << QStringList() << QByteArray() << 2 << same;
+    QTest::newRow("same through a link")
+        << "sample"
+        << "link.xyz" << QStringList() << QByteArray() << 2 << same;
+    QTest::newRow("same as a hard link")
+        << "sample"
+        << "hard.xyz" << QStringList() << QByteArray() << 2 << same;
+    QTest::newRow("failed write, old target")
+        << "large"
+        << "out.xyz" << QStringList() << oldFile << 1 << limit;
+    QTest::newRow("failed write, no target")
+        << "large"
+        << "out.xyz" << QStringList() << QByteArray() << 1 << limit;
     QTest::newRow("good write replaces") << "sample"
-                                         << "out.xyz" << QByteArray("old\r\n") << 0 << QString();
+                                         << "out.xyz" << QStringList() << oldFile << 0 << QString();
+    // A height of 0 stops the DXF writer before any file is touched.
+    for (const char* height : {"0", "0,0", "0.0"}) {
+        QTest::addRow("height %s, old target", height)
+            << "sample"
+            << "out.dxf" << QStringList{"--height", height} << oldFile << 1 << zero;
+        QTest::addRow("height %s, no target", height)
+            << "sample"
+            << "out.dxf" << QStringList{"--height", height} << QByteArray() << 1 << zero;
+    }
+    // No point read: nothing written, told before the height is looked at.
+    QTest::newRow("no point, old target") << "none"
+                                          << "out.xyz" << QStringList() << oldFile << 1 << none;
+    QTest::newRow("no point, no target") << "none"
+                                         << "out.dxf" << QStringList() << QByteArray() << 1 << none;
+    QTest::newRow("no point, bad height")
+        << "none"
+        << "out.dxf" << QStringList{"--height", "x"} << oldFile << 1 << none;
 }
 
 void TestConverter::outputNeverLost() {
     QFETCH(QString, input);
     QFETCH(QString, output);
+    QFETCH(QStringList, more);
     QFETCH(QByteArray, old);
     QFETCH(int, status);
     QFETCH(QString, message);
     QTemporaryDir work;
     const QString in = work.filePath(QStringLiteral("in.xyz"));
-    const QByteArray original = readBytes(input == u"large" ? large_ : input_);
+    const QByteArray original = input == u"none"    ? QByteArray("bad line\r\n")
+                                : input == u"large" ? readBytes(large_)
+                                                    : readBytes(input_);
     writeBytes(in, original);
     QVERIFY(QFile::link(in, work.filePath(QStringLiteral("link.xyz"))));
     QVERIFY(::link(QFile::encodeName(in).constData(),
@@ -283,14 +366,16 @@ void TestConverter::outputNeverLost() {
         writeBytes(target, old);
     const QStringList before = QDir(work.path()).entryList(QDir::Files | QDir::Hidden);
 
-    const Run run = runCli({"convert", in, "-o", target}, config_.path());
+    const Run run = runCli(QStringList{"convert", in, "-o", target} + more, config_.path());
     QCOMPARE(run.exitCode, status);
     QCOMPARE(readBytes(in), original);
+    if (input == u"none")
+        QVERIFY2(run.err.contains("n'a donné aucun point"), run.err.constData());
     if (status == 0) {
         QVERIFY(readBytes(target).startsWith("1,"));
     } else {
         QVERIFY2(QString::fromUtf8(run.err).contains(message), run.err.constData());
-        if (output == u"out.xyz")
+        if (output.startsWith(u"out."))
             QCOMPARE(QFile::exists(target) ? readBytes(target) : QByteArray(), old);
     }
     QCOMPARE(QDir(work.path()).entryList(QDir::Files | QDir::Hidden),
@@ -301,32 +386,48 @@ void TestConverter::outputNeverLost() {
 void TestConverter::droppedLines_data() {
     QTest::addColumn<QByteArray>("file");
     QTest::addColumn<QString>("report"); // empty: nothing to report
-    QTest::newRow("all good") << QByteArray("1,2,3\r\n4,5,6") << QString();
+    QTest::addColumn<bool>("pipe");      // the input a named pipe, read once
+    QTest::newRow("all good") << QByteArray("1,2,3\r\n4,5,6") << QString() << false;
+    QTest::newRow("through a pipe") << QByteArray("x\r1,2,3\r\n4,5,6")
+                                    << "« in.xyz » : 1 ligne sans point, laissée de côté" << true;
     QTest::newRow("one bad line") << QByteArray("x\r\n1,2,3\r\n")
-                                  << "« in.xyz » : 1 ligne sans point, laissée de côté";
+                                  << "« in.xyz » : 1 ligne sans point, laissée de côté" << false;
     QTest::newRow("lone CR and a last line")
-        << QByteArray("x\r1,2,3\ry\r\nz") << "« in.xyz » : 3 lignes sans point, laissées de côté";
-    QTest::newRow("empty") << QByteArray("") << "« in.xyz » n'a donné aucun point";
+        << QByteArray("x\r1,2,3\ry\r\nz") << "« in.xyz » : 3 lignes sans point, laissées de côté"
+        << false;
+    QTest::newRow("empty") << QByteArray("") << "« in.xyz » n'a donné aucun point" << false;
     QTest::newRow("wrong separator")
-        << QByteArray("1;2;3\r\n4;5;6\r\n") << "« in.xyz » n'a donné aucun point";
+        << QByteArray("1;2;3\r\n4;5;6\r\n") << "« in.xyz » n'a donné aucun point" << false;
     // Files that other programs write, which the importer reads.
     QTest::newRow("LF line ends")
         << QByteArray("1,2,3\n4,5,6\n")
         << "« in.xyz » : il ressemble à un relevé d'un autre programme (lignes terminées par LF "
-           "seul) : essayer --from csv";
+           "seul) : essayer --from csv"
+        << false;
     QTest::newRow("header and code column")
         << QByteArray("Point;Est;Nord;Alt;Code\r\n1;2;3;4;CP\r\n")
         << "« in.xyz » : il ressemble à un relevé d'un autre programme (ligne d'en-tête, plus "
-           "de quatre colonnes) : essayer --from csv";
+           "de quatre colonnes) : essayer --from csv"
+        << false;
 }
 
 void TestConverter::droppedLines() {
     QFETCH(QByteArray, file);
     QFETCH(QString, report);
+    QFETCH(bool, pipe);
     QTemporaryDir work;
     const QString in = work.filePath(QStringLiteral("in.xyz"));
-    writeBytes(in, file);
-    const Run run = runCli({"list", in}, config_.path());
+    std::thread feeder;
+    if (pipe) {
+        QCOMPARE(::mkfifo(QFile::encodeName(in).constData(), 0600), 0);
+        feeder = std::thread([&] { feedPipe(in, file); });
+    } else {
+        writeBytes(in, file);
+    }
+    const Run run = runCli({"list", in}, config_.path(), QStringLiteral("fr_FR.UTF-8"),
+                           QDir::currentPath(), 20000);
+    if (feeder.joinable())
+        feeder.join();
     QCOMPARE(run.exitCode, 0);
     const QString err = QString::fromUtf8(run.err);
     if (report.isEmpty())
@@ -427,6 +528,119 @@ void TestConverter::everySampleAsTheOpenPathReads() {
         QVERIFY2(program.state.PointCount > 0, qPrintable(sample));
         QVERIFY2(readBytes(output) == readBytes(saved), qPrintable(sample));
     }
+}
+
+// The output wherever it stands: the file a link points to is replaced and the
+// link kept; a write-protected file is refused as the program's save refuses
+// it (by its mode: the tests may run as root); a device or a pipe is written
+// into, never replaced.
+void TestConverter::outputWherever_data() {
+    QTest::addColumn<QString>("kind");
+    QTest::addColumn<int>("status");
+    QTest::newRow("link to a file") << "link" << 0;
+    QTest::newRow("link to a link to a new file") << "dangling" << 0;
+    QTest::newRow("write-protected file") << "protected" << 1;
+    QTest::newRow("link to a write-protected file") << "link protected" << 1;
+    // The test's own device node and link into /proc, so that a converter
+    // that replaced them would not replace the system's /dev/null.
+    QTest::newRow("device like /dev/null") << "null" << 0;
+    QTest::newRow("link into /proc like /dev/stdout") << "stdout" << 0;
+    QTest::newRow("named pipe") << "pipe" << 0;
+}
+
+void TestConverter::outputWherever() {
+    QFETCH(QString, kind);
+    QFETCH(int, status);
+    QTemporaryDir work;
+    const QString real = work.filePath(QStringLiteral("data/real.xyz"));
+    QVERIFY(QDir(work.path()).mkpath(QStringLiteral("data")));
+    const QString link = work.filePath(QStringLiteral("link.xyz"));
+    const QByteArray old("old\r\n");
+    QString output = link;
+    int pipe = -1;
+    if (kind == u"link" || kind.endsWith(u"protected")) {
+        writeBytes(real, old);
+        QVERIFY(QFile::link(QStringLiteral("data/real.xyz"), link));
+        if (kind == u"protected")
+            output = real;
+        if (kind.endsWith(u"protected"))
+            QVERIFY(QFile::setPermissions(real,
+                                          QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
+    } else if (kind == u"dangling") {
+        QVERIFY(QFile::link(QStringLiteral("data/middle.xyz"), link));
+        QVERIFY(QFile::link(QStringLiteral("real.xyz"), work.filePath("data/middle.xyz")));
+    } else if (kind == u"null") {
+        output = work.filePath(QStringLiteral("null"));
+        if (::mknod(QFile::encodeName(output).constData(), S_IFCHR | 0666, makedev(1, 3)) != 0)
+            QSKIP("no device node can be made here (not root)");
+    } else if (kind == u"stdout") {
+        output = work.filePath(QStringLiteral("stdout"));
+        QVERIFY(QFile::link(QStringLiteral("/proc/self/fd/1"), output));
+    } else {
+        // Opened for reading first: the converter's writing then fits in the
+        // pipe's buffer and is read back once it is done.
+        output = work.filePath(QStringLiteral("pipe.xyz"));
+        QCOMPARE(::mkfifo(QFile::encodeName(output).constData(), 0600), 0);
+        pipe = ::open(QFile::encodeName(output).constData(), O_RDONLY | O_NONBLOCK);
+        QVERIFY(pipe >= 0);
+    }
+    const Run run = runCli({"convert", input_, "-o", output}, config_.path(),
+                           QStringLiteral("fr_FR.UTF-8"), QDir::currentPath(), 20000);
+    QByteArray piped(4096, 0);
+    if (pipe >= 0) {
+        piped.truncate(std::max<qsizetype>(::read(pipe, piped.data(), 4096), 0));
+        ::close(pipe);
+    }
+    QVERIFY2(run.exitCode == status, run.err.constData());
+    QCOMPARE(temporaries(work.path()) + temporaries(work.filePath("data")), QStringList());
+    const QByteArray written = "1,652345,678,6862104,512,";
+    if (kind == u"null" || kind == u"stdout" || kind == u"pipe") {
+        struct stat info {};
+        QCOMPARE(::stat(QFile::encodeName(output).constData(), &info), 0);
+        QVERIFY(!S_ISREG(info.st_mode));
+        if (kind == u"stdout")
+            QVERIFY(QFileInfo(output).isSymLink());
+        if (kind != u"null")
+            QVERIFY((kind == u"pipe" ? piped : run.out).startsWith(written));
+        return;
+    }
+    QVERIFY(QFileInfo(link).isSymLink());
+    if (status == 0) {
+        QVERIFY(readBytes(real).startsWith(written));
+    } else {
+        QVERIFY2(run.err.endsWith("Erreur d'exécution '70' :\n\nPermission refusée\n"),
+                 run.err.constData());
+        QCOMPARE(readBytes(real), old);
+    }
+}
+
+// Stopped by a signal while it runs, the converter leaves no temporary file.
+void TestConverter::noTemporaryLeftOnSignal_data() {
+    QTest::addColumn<int>("signal");
+    QTest::newRow("SIGINT") << int(SIGINT);
+    QTest::newRow("SIGTERM") << int(SIGTERM);
+    QTest::newRow("SIGHUP") << int(SIGHUP);
+}
+
+void TestConverter::noTemporaryLeftOnSignal() {
+    QFETCH(int, signal);
+    QTemporaryDir work;
+    const QString in = work.filePath(QStringLiteral("in.xyz"));
+    QCOMPARE(::mkfifo(QFile::encodeName(in).constData(), 0600), 0);
+    QProcess process;
+    startCli(process, {"convert", in, "-o", work.filePath(QStringLiteral("out.xyz"))},
+             config_.path(), QStringLiteral("fr_FR.UTF-8"), QDir::currentPath());
+    // The converter waits on the pipe, its output's temporary file made.
+    const int fd = ::open(QFile::encodeName(in).constData(), O_WRONLY);
+    QVERIFY(fd >= 0);
+    QVERIFY(::write(fd, "1,2,3\r\n", 7) == 7);
+    QTRY_COMPARE_WITH_TIMEOUT(temporaries(work.path()).size(), 1, 10000);
+    ::kill(pid_t(process.processId()), signal);
+    QVERIFY(process.waitForFinished(10000));
+    ::close(fd);
+    QCOMPARE(process.exitStatus(), QProcess::CrashExit);
+    QCOMPARE(temporaries(work.path()), QStringList());
+    QVERIFY(!QFile::exists(work.filePath(QStringLiteral("out.xyz"))));
 }
 
 void TestConverter::settingsFileIsReadNeverWritten() {
