@@ -24,6 +24,14 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Tovalin"));
     QApplication::setOrganizationName(QStringLiteral("Tovalin"));
     platform::installRegionalFormat();
+    // Qt has taken its own options out of the arguments by now.
+    QStringList arguments = QApplication::arguments();
+    arguments.removeFirst();
+    const ProgramFiles named = ParseProgramArguments(arguments);
+    if (!named.error.isEmpty()) {
+        std::fputs(named.error.toLocal8Bit().constData(), stderr);
+        return 2;
+    }
 
     // Qt's own dialogs in French, whatever the system's language.
     platform::InstallQtFrenchTranslation(app);
@@ -48,12 +56,10 @@ int main(int argc, char** argv) {
     files.setParent(&window);
     // The splash first; its timer loads and shows the main window, and the
     // files named on the command line are then added one after the other.
-    QStringList named = QApplication::arguments();
-    named.removeFirst();
     frmIntro splash([&window, named] {
         window.LoadMainWindow(QCoreApplication::applicationDirPath());
         window.show();
-        window.OpenFiles(named);
+        window.OpenFiles(named.open);
     });
     splash.show();
 
