@@ -9,6 +9,7 @@ FLOORS='
 platform/            1  platform
 state/               2  state
 formats/             3  formats
+import/              3  import
 app/                 4  app
 dialogs/parameters/  4  parameters
 editing/             4  editing

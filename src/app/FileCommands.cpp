@@ -4,6 +4,7 @@
 #include "formats/DxfWriter.h"
 #include "formats/XyzReader.h"
 #include "formats/XyzWriter.h"
+#include "import/Importer.h"
 #include "platform/Dialogs.h"
 #include "platform/Progress.h"
 #include "state/CommandContext.h"
@@ -17,19 +18,35 @@ QString BaseNameOf(const QString& title) {
 }
 
 void OpenFile(CommandContext& context, const QString& fileName, const QString& fileTitle,
-              FileFormat format) {
-    ReadPointFile(context, fileName, fileTitle, format);
+              FileFormat format, const importing::ImportOptions* options,
+              importing::ImportReport* report) {
+    ReadPointFile(context, fileName, fileTitle, format, options, report);
     context.state.RefreshPointList(context.progress);
 }
 
 void ReadPointFile(CommandContext& context, const QString& fileName, const QString& fileTitle,
-                   FileFormat format) {
+                   FileFormat format, const importing::ImportOptions* options,
+                   importing::ImportReport* report) {
     GestionDonnee& state = context.state;
     context.window.setCaption(captions::loading());
-    if (format == FileFormat::Xyz)
+    importing::ImportReport imported;
+    switch (format) {
+    case FileFormat::Xyz:
         ReadXyzFile(state, fileName, context.progress);
-    else
+        break;
+    case FileFormat::Dxf:
         ReadDxfFile(context, fileName);
+        break;
+    case FileFormat::Csv:
+        imported = importing::ImportDelimitedFile(
+            state, fileName, options ? *options : importing::ImportOptions(), context.progress);
+        break;
+    case FileFormat::DxfPoints:
+        imported = importing::ImportDxfPoints(state, fileName, context.progress);
+        break;
+    }
+    if (report)
+        *report = std::move(imported);
 
     // The header row is fixed only when the grid has rows now; the list is
     // rebuilt only at the end, so after reading into an empty list the header

@@ -10,8 +10,14 @@ struct CommandContext;
 namespace platform {
 class MessageBoxService;
 } // namespace platform
+namespace importing {
+struct ImportOptions;
+struct ImportReport;
+} // namespace importing
 
-enum class FileFormat { Xyz, Dxf };
+// Xyz and Dxf are the program's own readers; Csv and DxfPoints read other
+// programs' files through the importer (import/Importer.h).
+enum class FileFormat { Xyz, Dxf, Csv, DxfPoints };
 
 namespace captions {
 inline QString loading() {
@@ -54,12 +60,17 @@ void SaveCommand(CommandContext& context);
 // Reads one file into the store as the open command does once the file is
 // chosen: the loading caption, the reader, the fixed header row, the current
 // names, the caption and count label, the list rebuilt.
+// For Csv, options says what the user fixed (null: everything found from the
+// file); for Csv and DxfPoints, report (when not null) receives what the
+// importer used, read and left aside. Both are ignored by Xyz and Dxf.
 void OpenFile(CommandContext& context, const QString& fileName, const QString& fileTitle,
-              FileFormat format);
+              FileFormat format, const importing::ImportOptions* options = nullptr,
+              importing::ImportReport* report = nullptr);
 // The same but for the list, which is left as it was: for callers that make
 // the rows themselves (GestionDonnee::AppendPointRows) instead of keeping them.
 void ReadPointFile(CommandContext& context, const QString& fileName, const QString& fileTitle,
-                   FileFormat format);
+                   FileFormat format, const importing::ImportOptions* options = nullptr,
+                   importing::ImportReport* report = nullptr);
 // The format of a file named outside the dialog: DXF for a name ending in
 // ".dxf" (any case), else XYZ.
 FileFormat FormatOfName(const QString& fileName);

@@ -1045,6 +1045,66 @@ int32_t CLng(QStringView text) {
     return ToInt32(CDbl(text));
 }
 
+bool ReadPlainNumber(QByteArrayView text, char decimal, double& value) {
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    // from_chars takes no '+' and only '.' as decimal point: the checked text
+    // is gathered without the one and with the other.
+    AsciiNumber gathered;
+    if (p != end && (*p == '+' || *p == '-')) {
+        if (*p == '-')
+            gathered.push('-');
+        ++p;
+    }
+    bool digits = false;
+    for (; p != end && *p >= '0' && *p <= '9'; ++p) {
+        gathered.push(*p);
+        digits = true;
+    }
+    if (p != end && *p == decimal) {
+        gathered.push('.');
+        for (++p; p != end && *p >= '0' && *p <= '9'; ++p) {
+            gathered.push(*p);
+            digits = true;
+        }
+    }
+    if (!digits)
+        return false;
+    if (p != end && (*p == 'e' || *p == 'E')) {
+        gathered.push('e');
+        ++p;
+        if (p != end && (*p == '+' || *p == '-')) {
+            if (*p == '-')
+                gathered.push('-');
+            ++p;
+        }
+        bool exponentDigits = false;
+        for (; p != end && *p >= '0' && *p <= '9'; ++p) {
+            gathered.push(*p);
+            exponentDigits = true;
+        }
+        if (!exponentDigits)
+            return false;
+    }
+    if (p != end)
+        return false;
+    double read = 0;
+    if (convert(gathered, read) != Conversion::Ok)
+        return false;
+    value = read;
+    return true;
+}
+
+bool IsPlainWholeNumber(QByteArrayView text) {
+    qsizetype i = !text.isEmpty() && (text[0] == '+' || text[0] == '-') ? 1 : 0;
+    if (i == text.size())
+        return false;
+    for (; i < text.size(); ++i)
+        if (text[i] < '0' || text[i] > '9')
+            return false;
+    return true;
+}
+
 bool ReadLocaleNumber(QStringView text, const NumberFormat& fmt, double& value) {
     AsciiNumber gathered;
     if (!gatherLocaleNumber(text, fmt, gathered))

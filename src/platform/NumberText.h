@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QChar>
 #include <QLatin1StringView>
 #include <QLocale>
@@ -140,6 +141,15 @@ bool IsNumeric(QStringView text);
 // The locale-aware conversion under the given format, without raising: false
 // where CDbl would raise (no number, or out of range).
 bool ReadLocaleNumber(QStringView text, const NumberFormat& fmt, double& value);
+
+// A number as other programs write it in their files, whatever the regional
+// format: an optional sign, digits with at most one decimal mark (the one
+// given, '.' or ','), an optional exponent (e or E); nothing else, no blanks
+// and no grouping. Read to the nearest double. False for any other text and
+// out of the double range (an underflow gives 0).
+bool ReadPlainNumber(QByteArrayView text, char decimal, double& value);
+// True when such a number has neither decimal mark nor exponent.
+bool IsPlainWholeNumber(QByteArrayView text);
 
 // Double to integer conversions as the program's 16- and 32-bit variables do
 // them: half to even, overflow (6) out of range.

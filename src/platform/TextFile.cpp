@@ -245,6 +245,10 @@ QByteArray EncodeCp1252(QStringView text) {
 
 // ---------------------------------------------------------------------------
 
+QByteArray ReadWholeFile(const QString& fileName) {
+    return readWholeFile(fileName);
+}
+
 LineReader::LineReader(const QString& fileName) : data_(readWholeFile(fileName)) {}
 
 QString LineReader::readLine() {

@@ -24,6 +24,9 @@ qsizetype EncodeCp1252(QStringView text, char* out);
 // The character of one byte.
 QChar DecodeCp1252Byte(char byte);
 
+// The whole file's bytes at once; errors as LineReader's.
+QByteArray ReadWholeFile(const QString& fileName);
+
 // Reads the whole file up front; errors while opening are run-time errors
 // (53 not found, 76 folder missing, 70 permission, 75 other access failures).
 // Lines end at CR LF or at a lone CR; a lone LF stays inside the line.
