@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 #include "app/Form1.h"
+#include "app/frmImport.h"
 #include "dialogs/parameters/ParametersCommand.h"
 #include "editing/EditingCommands.h"
 #include "editing/NumberingCommands.h"
@@ -60,6 +61,7 @@ int main(int argc, char** argv) {
         window.LoadMainWindow(QCoreApplication::applicationDirPath());
         window.show();
         window.OpenFiles(named.open);
+        ShowImportWindows(window, named.import);
     });
     splash.show();
 
