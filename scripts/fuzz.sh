@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Fuzzes one target of tests/fuzz for a number of seconds:
-#   scripts/fuzz.sh TARGET SECONDS      (targets: xyz dxf number roundtrip)
+#   scripts/fuzz.sh TARGET SECONDS      (targets: xyz dxf number roundtrip import)
 # Builds the libFuzzer programs with clang, AddressSanitizer and
 # UndefinedBehaviorSanitizer in build-fuzz/ (the core library included), runs
 # TARGET on a scratch copy of tests/fuzz/corpus/TARGET/ and fails on a crash
@@ -10,7 +10,7 @@
 # file to build under flock on a shared machine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-targets=(xyz dxf number roundtrip)
+targets=(xyz dxf number roundtrip import)
 if [ $# -ne 2 ] || [[ ! " ${targets[*]} " == *" $1 "* ]] || [[ ! "$2" =~ ^[0-9]+$ ]]; then
   echo "Usage : scripts/fuzz.sh CIBLE SECONDES (cibles : ${targets[*]})" >&2
   exit 2

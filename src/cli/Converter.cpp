@@ -3,6 +3,7 @@
 #include "app/FileCommands.h"
 #include "formats/DxfWriter.h"
 #include "formats/XyzWriter.h"
+#include "import/Importer.h"
 #include "platform/Dialogs.h"
 #include "platform/NumberText.h"
 #include "platform/Parallel.h"
@@ -33,6 +34,8 @@ namespace {
 const char* const usageLine =
     "usage : tovalin-cli list|convert [--from xyz|dxf] [--to xyz|dxf] [--set CLE=VALEUR]... "
     "[--height TEXTE] ENTREE... [-o SORTIE]\n"
+    "        tovalin-cli list|convert --from csv [--columns ROLES] [--skip N] [--separator C] "
+    "[--decimal ,|.] ... | --from dxf-points ...\n"
     "        tovalin-cli --help | --version\n";
 
 const char* const helpText =
@@ -50,6 +53,19 @@ const char* const helpText =
     "      Lit de même puis écrit SORTIE en XYZ ou en DXF.\n"
     "\n"
     "  --from, --to   format ; sinon DXF pour un nom finissant par .dxf, sinon XYZ\n"
+    "  --from csv     lit les fichiers de points d'autres programmes (texte délimité\n"
+    "                 ou aligné) : encodage, fins de ligne, séparateur, virgule ou\n"
+    "                 point décimal, lignes d'en-tête et rôle des colonnes sont\n"
+    "                 trouvés dans le fichier ; les lignes sans point sont\n"
+    "                 signalées avec leur numéro. Options pour ce qu'il ne dit pas :\n"
+    "    --columns ROLES  le rôle de chaque colonne dans l'ordre, parmi id x y z et -\n"
+    "                 (colonne laissée de côté), ex. --columns id,y,x,z,-\n"
+    "    --skip N     saute les N premières lignes\n"
+    "    --separator C  , ; | tab (ou \\t) ou espace (suites de blancs)\n"
+    "    --decimal D  , ou .\n"
+    "  --from dxf-points\n"
+    "                 lit seulement les entités POINT de la section ENTITIES d'un\n"
+    "                 dessin DXF quelconque, numérotées comme le lecteur DXF\n"
     "  --set CLE=VALEUR\n"
     "                 remplace un réglage pour cette exécution seulement\n"
     "                 (VALEUR peut être vide ; \\t vaut une tabulation).\n"
@@ -254,13 +270,99 @@ std::optional<FileFormat> parseFormat(const QString& text) {
         return FileFormat::Xyz;
     if (text == u"dxf")
         return FileFormat::Dxf;
+    if (text == u"csv")
+        return FileFormat::Csv;
+    if (text == u"dxf-points")
+        return FileFormat::DxfPoints;
     return std::nullopt;
+}
+
+// The importer's options (--columns, --skip, --separator, --decimal) into
+// options; false when arg is none of them. An error text goes to error.
+bool parseImportOption(const QString& arg, const QString& value, importing::ImportOptions& options,
+                       QString& error) {
+    if (arg == u"--columns") {
+        options.columns = importing::ParseColumns(value);
+        if (!options.columns)
+            error = QStringLiteral("--columns attend les rôles id, x, y, z ou - séparés par des "
+                                   "virgules, x et y une fois chacun : ") +
+                    value;
+    } else if (arg == u"--skip") {
+        const QByteArray digits = value.toUtf8();
+        double lines = -1;
+        if (!IsPlainWholeNumber(digits) || digits.startsWith('-') || digits.startsWith('+') ||
+            !ReadPlainNumber(digits, '.', lines) || lines > 1e9)
+            error = QStringLiteral("--skip attend un nombre de lignes : ") + value;
+        else
+            options.skipLines = int(lines);
+    } else if (arg == u"--separator") {
+        static const std::map<QString, QChar> separators{
+            {",", u','},    {";", u';'}, {"|", u'|'},      {"\t", u'\t'},  {"\\t", u'\t'},
+            {"tab", u'\t'}, {" ", u' '}, {"espace", u' '}, {"space", u' '}};
+        const auto found = separators.find(value);
+        if (found == separators.end())
+            error = QStringLiteral("--separator attend , ; | tab ou espace : ") + value;
+        else
+            options.separator = found->second;
+    } else if (arg == u"--decimal") {
+        if (value != u"," && value != u".")
+            error = QStringLiteral("--decimal attend , ou . : ") + value;
+        else
+            options.decimal = value[0];
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// What the importer used, read and left aside, on standard error; false
+// when it read nothing.
+bool reportImport(std::FILE* err, const QString& input, FileFormat format,
+                  const importing::ImportReport& report) {
+    const QString name = QStringLiteral("tovalin-cli : « %1 » : ").arg(QFileInfo(input).fileName());
+    QString line = name;
+    if (format == FileFormat::Csv)
+        line += importing::DescribeLayout(report.layout) + QStringLiteral(" ; ");
+    line += DefaultText(double(report.points)) +
+            (report.points == 1 ? QStringLiteral(" point lu") : QStringLiteral(" points lus"));
+    if (report.rejectedCount > 0)
+        line += QStringLiteral(", ") + DefaultText(double(report.rejectedCount)) +
+                (report.rejectedCount == 1 ? QStringLiteral(" ligne laissée de côté")
+                                           : QStringLiteral(" lignes laissées de côté"));
+    if (!report.note.isEmpty())
+        line += QStringLiteral(" (") + report.note + u')';
+    print(err, line + u'\n');
+    for (const importing::RejectedRow& row : report.rejected)
+        print(err, name + QStringLiteral("ligne ") + DefaultText(double(row.line)) +
+                       QStringLiteral(" : ") + row.reason + u'\n');
+    const qint64 more = report.rejectedCount - qint64(report.rejected.size());
+    if (more > 0)
+        print(err, name + QStringLiteral("et ") + DefaultText(double(more)) +
+                       (more == 1 ? QStringLiteral(" autre ligne laissée de côté\n")
+                                  : QStringLiteral(" autres lignes laissées de côté\n")));
+    return report.points > 0;
+}
+
+// When the XYZ reader read an input badly, whether it looks like another
+// program's file: judged from its beginning, which is enough to see its
+// line ends, header and columns.
+void suggestImport(std::FILE* err, const QString& input, double points) {
+    QFile file(input);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const QString hint =
+        importing::ImportHint(importing::ImportText::fromBytes(file.read(qint64(1) << 16)));
+    if (!hint.isEmpty() && (points == 0 || countLines(input) > qint64(points)))
+        print(err, QStringLiteral("tovalin-cli : « %1 » : ").arg(QFileInfo(input).fileName()) +
+                       hint + u'\n');
 }
 
 struct Options {
     QString command;
     std::optional<FileFormat> from;
     std::optional<FileFormat> to;
+    importing::ImportOptions import;
+    bool importOptions = false;
     std::vector<std::pair<QString, QString>> sets;
     QString height = QStringLiteral("1");
     QStringList inputs;
@@ -289,7 +391,18 @@ QString parse(const QStringList& args, Options& options) {
             const auto format = parseFormat(value);
             if (!format)
                 return QStringLiteral("format inconnu : ") + value;
+            if (arg == u"--to" && format != FileFormat::Xyz && format != FileFormat::Dxf)
+                return QStringLiteral("format de sortie inconnu : ") + value;
             (arg == u"--from" ? options.from : options.to) = format;
+        } else if (arg == u"--columns" || arg == u"--skip" || arg == u"--separator" ||
+                   arg == u"--decimal") {
+            if (!next(value))
+                return arg + QStringLiteral(" sans valeur");
+            QString error;
+            parseImportOption(arg, value, options.import, error);
+            if (!error.isEmpty())
+                return error;
+            options.importOptions = true;
         } else if (arg == u"--set") {
             if (!next(value))
                 return QStringLiteral("--set sans valeur");
@@ -313,6 +426,8 @@ QString parse(const QStringList& args, Options& options) {
             options.inputs << arg;
         }
     }
+    if (options.importOptions && options.from != FileFormat::Csv)
+        return QStringLiteral("--columns, --skip, --separator et --decimal vont avec --from csv");
     if (options.inputs.isEmpty())
         return QStringLiteral("aucun fichier d'entrée");
     if (options.command == u"convert" && options.output.isEmpty())
@@ -414,11 +529,22 @@ int RunConverter(const QStringList& arguments, SettingsStore& userSettings, std:
             // the next depends on it. After the last nothing reads it: list
             // makes its rows as it prints them, and the writers read the store.
             const double before = state.PointCount;
+            importing::ImportReport imported;
             if (i + 1 == options.inputs.size())
-                ReadPointFile(context, input, QFileInfo(input).fileName(), format);
+                ReadPointFile(context, input, QFileInfo(input).fileName(), format, &options.import,
+                              &imported);
             else
-                OpenFile(context, input, QFileInfo(input).fileName(), format);
+                OpenFile(context, input, QFileInfo(input).fileName(), format, &options.import,
+                         &imported);
+            if (format == FileFormat::Csv || format == FileFormat::DxfPoints) {
+                // An input that gave nothing fails the run before anything is written.
+                if (!reportImport(err, input, format, imported))
+                    return 1;
+                continue;
+            }
             reportDropped(err, input, format, state.PointCount - before);
+            if (format == FileFormat::Xyz)
+                suggestImport(err, input, state.PointCount - before);
         }
         if (options.command == u"list") {
             printList(state, out);

@@ -107,8 +107,6 @@ std::vector<ColumnRole> rolesOfHeader(const CellSplitter& cells) {
     }
     if (!seen[int(ColumnRole::X)] || !seen[int(ColumnRole::Y)])
         return {};
-    while (!roles.empty() && roles.back() == ColumnRole::Skip)
-        roles.pop_back();
     return roles;
 }
 
@@ -393,6 +391,15 @@ TextLayout DetectLayout(const ImportText& text, const ImportOptions& options) {
     else
         layout.roles =
             rolesOfContent(text, sampleLines(text, layout.skipLines), separator, decimal);
+    // Every column of the data gets a role, so that the description names
+    // the columns left aside too.
+    qsizetype widest = 0;
+    for (qsizetype line : sampleLines(text, layout.skipLines)) {
+        cells.split(text.line(line), separator);
+        widest = std::max(widest, cells.size());
+    }
+    if (!options.columns && qsizetype(layout.roles.size()) < widest)
+        layout.roles.resize(std::size_t(widest), ColumnRole::Skip);
     return layout;
 }
 
