@@ -64,20 +64,26 @@ FileFormat FormatOfName(const QString& fileName) {
                                                                           : FileFormat::Xyz;
 }
 
-void OpenCommand(CommandContext& context) {
+bool AskToAddFile(CommandContext& context) {
     GestionDonnee& state = context.state;
     if (state.Grid.rows() > 1) {
         const MsgAnswer answer = context.messages.show(
             QStringLiteral("Voulez vous ajouter le fichier à ouvrir ?"), MsgButtons::YesNoCancel,
             MsgIcon::None, QStringLiteral("Ajout de fichier"));
         if (answer == MsgAnswer::Cancel)
-            return;
+            return false;
         // Not adding only empties the list on screen: the store keeps its
         // points, which come back at the refresh; what changes is that
         // automatic numbering starts again from its first number.
         if (answer == MsgAnswer::No)
             state.Grid.setRows(1);
     }
+    return true;
+}
+
+void OpenCommand(CommandContext& context) {
+    if (!AskToAddFile(context))
+        return;
     // A cancelled dialog is not tested for: its empty name fails to open and
     // that error is what the user sees.
     const FileDialogResult chosen = context.files.showOpen(QString(), filters::open());

@@ -51,6 +51,10 @@ inline QString save() {
 }
 } // namespace filters
 
+// The open command's first step: when points are listed, asks whether the
+// file is to be added to them. No empties the list on screen; false for
+// Cancel, which ends the command.
+bool AskToAddFile(CommandContext& context);
 // "Ouvrir": asks whether to add to the points shown, lets the user choose a
 // file and reads it as the chosen filter says.
 void OpenCommand(CommandContext& context);

@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 #include "app/Form1.h"
+#include "app/frmImport.h"
 #include "dialogs/parameters/ParametersCommand.h"
 #include "editing/EditingCommands.h"
 #include "editing/NumberingCommands.h"
@@ -24,6 +25,14 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Tovalin"));
     QApplication::setOrganizationName(QStringLiteral("Tovalin"));
     platform::installRegionalFormat();
+    // Qt has taken its own options out of the arguments by now.
+    QStringList arguments = QApplication::arguments();
+    arguments.removeFirst();
+    const ProgramFiles named = ParseProgramArguments(arguments);
+    if (!named.error.isEmpty()) {
+        std::fputs(named.error.toLocal8Bit().constData(), stderr);
+        return 2;
+    }
 
     // Qt's own dialogs in French, whatever the system's language.
     platform::InstallQtFrenchTranslation(app);
@@ -50,12 +59,11 @@ int main(int argc, char** argv) {
     files.setParent(&window);
     // The splash first; its timer loads and shows the main window, and the
     // files named on the command line are then added one after the other.
-    QStringList named = QApplication::arguments();
-    named.removeFirst();
     frmIntro splash(platform::Guarded(messages, [&window, named] {
         window.LoadMainWindow(QCoreApplication::applicationDirPath());
         window.show();
-        window.OpenFiles(named);
+        window.OpenFiles(named.open);
+        ShowImportWindows(window, named.import);
     }));
     splash.show();
 

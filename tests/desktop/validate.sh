@@ -19,8 +19,13 @@ fi
 if grep -q 'chemical/x-xyz' "$entry" "$folder/org.tovalin.Tovalin.xml"; then
     echo "chemical/x-xyz is claimed"; status=1
 fi
-for type in application/x-tovalin-xyz image/vnd.dxf; do
+for type in application/x-tovalin-xyz image/vnd.dxf text/csv text/plain; do
     grep -q "^MimeType=.*$type;" "$entry" || { echo "the entry does not open $type"; status=1; }
 done
+# Other programs' survey files go through the import window, offered by the
+# file manager as the entry's action.
+action=$(sed -n '/^\[Desktop Action import\]/,/^\[/p' "$entry")
+grep -qx 'Exec=tovalin --import %F' <<<"$action" && grep -qx 'Name\[fr\]=Importer un relevé' <<<"$action" &&
+    grep -q '^Actions=\(.*;\)\?import;' "$entry" || { echo "no import action"; status=1; }
 [ $status -eq 0 ] && echo "Desktop entry and AppStream data valid."
 exit $status
