@@ -56,13 +56,16 @@ void InstallInfoCommands(MainWindowHost& window, platform::ShellService& shell,
             showSingle(*history, [&] { return new frmHistorique(programFolder, mainWindow); });
         });
 
-    onItem(window, "help", [mainWindow, programFolder, shellService, help] {
-        showSingle(*help, [&] { return new frmAide(programFolder, *shellService, mainWindow); });
+    onItem(window, "help", [host, mainWindow, programFolder, shellService, help] {
+        showSingle(*help, [&] {
+            return new frmAide(programFolder, *shellService, host->services().messages, mainWindow);
+        });
     });
     onItem(window, "apropos", [host, mainWindow, shellService, about, openMail, openHistory] {
         showSingle(*about, [&] {
             return new Form4(host->state().WebSiteAddress, host->state().SupportAddress,
-                             *shellService, openMail, openHistory, mainWindow);
+                             *shellService, host->services().messages, openMail, openHistory,
+                             mainWindow);
         });
     });
     onItem(window, "mnu_lien_site",

@@ -98,8 +98,10 @@ frmIntro::frmIntro(std::function<void()> showMainWindow, QWidget* parent)
     Timer1->start();
 }
 
-frmAide::frmAide(const QString& programFolder, platform::ShellService& shell, QWidget* parent)
-    : QWidget(parent, Qt::Window), WebBrowser(new QTextBrowser(this)), shell_(shell) {
+frmAide::frmAide(const QString& programFolder, platform::ShellService& shell,
+                 platform::MessageBoxService& messages, QWidget* parent)
+    : QWidget(parent, Qt::Window), WebBrowser(new QTextBrowser(this)), shell_(shell),
+      messages_(messages) {
     setObjectName(QStringLiteral("frmAide"));
     setWindowTitle(QStringLiteral("Aide de Tovalin"));
     resize(760, 600);
@@ -108,7 +110,9 @@ frmAide::frmAide(const QString& programFolder, platform::ShellService& shell, QW
     // desktop's browser.
     WebBrowser->setOpenLinks(false);
     connect(WebBrowser, &QTextBrowser::anchorClicked, this,
-            [this](const QUrl& link) { navigate(WebBrowser->source().resolved(link)); });
+            platform::Guarded(messages_, [this](const QUrl& link) {
+                navigate(WebBrowser->source().resolved(link));
+            }));
 
     auto* back = new QPushButton(QStringLiteral("Précédent"), this);
     back->setObjectName(QStringLiteral("Precedent"));
@@ -136,7 +140,8 @@ frmAide::frmAide(const QString& programFolder, platform::ShellService& shell, QW
     layout->addWidget(WebBrowser);
 
     const QUrl start = QUrl::fromLocalFile(programFolder + QStringLiteral("/Aide/Index.html"));
-    connect(home, &QPushButton::clicked, this, [this, start] { navigate(start); });
+    connect(home, &QPushButton::clicked, this,
+            platform::Guarded(messages_, [this, start] { navigate(start); }));
     navigate(start);
 }
 
@@ -220,10 +225,11 @@ void frmMail::send() {
 }
 
 Form4::Form4(const QString& webSiteAddress, const QString& supportAddress,
-             platform::ShellService& shell, std::function<void()> openMail,
-             std::function<void()> openHistory, QWidget* parent)
+             platform::ShellService& shell, platform::MessageBoxService& messages,
+             std::function<void()> openMail, std::function<void()> openHistory, QWidget* parent)
     : QWidget(parent, Qt::Window), Label2(new QLabel(this)), Label3(new QLabel(this)),
-      webSiteAddress_(webSiteAddress), shell_(shell), openMail_(std::move(openMail)) {
+      webSiteAddress_(webSiteAddress), shell_(shell), messages_(messages),
+      openMail_(std::move(openMail)) {
     setObjectName(QStringLiteral("Form4"));
     setWindowTitle(QStringLiteral("A propos"));
     setMouseTracking(true);
@@ -260,7 +266,8 @@ Form4::Form4(const QString& webSiteAddress, const QString& supportAddress,
     Command2->setMinimumWidth(Command2->sizeHint().width() + 16);
     auto* Command1 = new QPushButton(QStringLiteral("Ok"), this);
     Command1->setObjectName(QStringLiteral("Command1"));
-    connect(Command2, &QPushButton::clicked, this, [open = std::move(openHistory)] { open(); });
+    connect(Command2, &QPushButton::clicked, this,
+            platform::Guarded(messages_, [open = std::move(openHistory)] { open(); }));
     connect(Command1, &QPushButton::clicked, this, &QWidget::close);
 
     auto* head = new QHBoxLayout;
@@ -292,35 +299,42 @@ void Form4::highlight(QLabel* label, bool on) {
 
 bool Form4::eventFilter(QObject* watched, QEvent* event) {
     auto* label = qobject_cast<QLabel*>(watched);
-    if (label == Label2 || label == Label3) {
-        if (event->type() == QEvent::MouseMove) {
-            // Only this label lights up; the other keeps its look until the
-            // mouse crosses the window's background, as it always has.
-            highlight(label, true);
-            return true;
-        }
-        // The press is taken so that the release comes back here.
-        if (event->type() == QEvent::MouseButtonPress)
-            return true;
-        if (event->type() == QEvent::MouseButtonRelease &&
-            static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton &&
-            label->rect().contains(static_cast<QMouseEvent*>(event)->position().toPoint())) {
-            if (label == Label3)
-                shell_.open(QUrl(webSiteAddress_));
-            else
-                openMail_();
-            return true;
-        }
+    bool taken = false;
+    if (label == Label2 || label == Label3)
+        platform::RunCommand(messages_, [&] { taken = filterLink(label, event); });
+    return taken || QWidget::eventFilter(watched, event);
+}
+
+bool Form4::filterLink(QLabel* label, QEvent* event) {
+    if (event->type() == QEvent::MouseMove) {
+        // Only this label lights up; the other keeps its look until the
+        // mouse crosses the window's background, as it always has.
+        highlight(label, true);
+        return true;
     }
-    return QWidget::eventFilter(watched, event);
+    // The press is taken so that the release comes back here.
+    if (event->type() == QEvent::MouseButtonPress)
+        return true;
+    if (event->type() == QEvent::MouseButtonRelease &&
+        static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton &&
+        label->rect().contains(static_cast<QMouseEvent*>(event)->position().toPoint())) {
+        if (label == Label3)
+            shell_.open(QUrl(webSiteAddress_));
+        else
+            openMail_();
+        return true;
+    }
+    return false;
 }
 
 void Form4::mouseMoveEvent(QMouseEvent* event) {
     // Moves that reach the window from its other controls do not count: only
     // its own background turns the links black again.
     if (childAt(event->position().toPoint()) == nullptr) {
-        highlight(Label2, false);
-        highlight(Label3, false);
+        platform::RunCommand(messages_, [this] {
+            highlight(Label2, false);
+            highlight(Label3, false);
+        });
     }
     QWidget::mouseMoveEvent(event);
 }

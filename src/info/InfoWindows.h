@@ -30,7 +30,8 @@ private:
 // and mail addresses go to the desktop's handlers.
 class frmAide : public QWidget {
 public:
-    frmAide(const QString& programFolder, platform::ShellService& shell, QWidget* parent = nullptr);
+    frmAide(const QString& programFolder, platform::ShellService& shell,
+            platform::MessageBoxService& messages, QWidget* parent = nullptr);
 
     QTextBrowser* browser() const { return WebBrowser; }
 
@@ -39,6 +40,7 @@ private:
 
     QTextBrowser* WebBrowser;
     platform::ShellService& shell_;
+    platform::MessageBoxService& messages_;
 };
 
 // The update history, historique.txt of the program's folder.
@@ -72,8 +74,9 @@ private:
 class Form4 : public QWidget {
 public:
     Form4(const QString& webSiteAddress, const QString& supportAddress,
-          platform::ShellService& shell, std::function<void()> openMail,
-          std::function<void()> openHistory, QWidget* parent = nullptr);
+          platform::ShellService& shell, platform::MessageBoxService& messages,
+          std::function<void()> openMail, std::function<void()> openHistory,
+          QWidget* parent = nullptr);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -81,10 +84,12 @@ protected:
 
 private:
     static void highlight(QLabel* label, bool on);
+    bool filterLink(QLabel* label, QEvent* event);
 
     QLabel* Label2;
     QLabel* Label3;
     QString webSiteAddress_;
     platform::ShellService& shell_;
+    platform::MessageBoxService& messages_;
     std::function<void()> openMail_;
 };

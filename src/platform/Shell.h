@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QUrl>
+#include <functional>
 
 namespace platform {
 
@@ -20,10 +21,14 @@ class RecordingShell : public ShellService {
 public:
     bool open(const QUrl& address) override {
         opened.append(address);
+        if (onOpen)
+            onOpen();
         return handled;
     }
     QList<QUrl> opened;
     bool handled = true;
+    // Runs as each address is opened; a test makes it throw.
+    std::function<void()> onOpen;
 };
 
 } // namespace platform

@@ -7,6 +7,7 @@
 
 #include <QFile>
 #include <QHeaderView>
+#include <QTextBrowser>
 #include <QTimer>
 #include <functional>
 
@@ -67,6 +68,10 @@ void clickViewUntilBox(ProgramFixture& f, const char* mode) {
 
 void settingsFail(ProgramFixture& f) {
     f.settings.onWrite = [] { throw RuntimeError(RuntimeError::PermissionDenied); };
+}
+
+void shellFails(ProgramFixture& f) {
+    f.shell.onOpen = [] { throw RuntimeError(RuntimeError::FileNotFound); };
 }
 
 } // namespace
@@ -303,6 +308,23 @@ void TestForm1::errorsEndTheCommand_data() {
         {"Mnu_Format", "FormatDonnee", choose("FormatDonnee"), RuntimeError::PermissionDenied});
     row("Form6: printer choice, settings not written",
         {"print", "Form6", choose("Form6"), RuntimeError::PermissionDenied});
+    row("frmAide: a web link, no browser",
+        {"help", "frmAide",
+         [](ProgramFixture& f) {
+             shellFails(f);
+             emit f.topLevel(QStringLiteral("frmAide"))
+                 ->findChild<QTextBrowser*>()
+                 ->anchorClicked(QUrl(QStringLiteral("https://www.example.org/")));
+         },
+         RuntimeError::FileNotFound});
+    row("Form4: the site link, no browser",
+        {"apropos", "Form4",
+         [](ProgramFixture& f) {
+             shellFails(f);
+             QTest::mouseClick(child<QLabel>(f.topLevel(QStringLiteral("Form4")), "Label3"),
+                               Qt::LeftButton);
+         },
+         RuntimeError::FileNotFound});
 }
 
 void TestForm1::errorsEndTheCommand() {

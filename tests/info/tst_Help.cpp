@@ -110,7 +110,8 @@ private slots:
 
     void browsesBackAndForth() {
         platform::RecordingShell shell;
-        frmAide help(shippedFolder(), shell);
+        platform::ScriptedDialogs boxes;
+        frmAide help(shippedFolder(), shell, boxes);
         help.show();
         QCOMPARE(help.windowTitle(), QStringLiteral("Aide de Tovalin"));
         QTextBrowser* browser = help.browser();
