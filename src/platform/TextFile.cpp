@@ -274,6 +274,7 @@ struct BlockReader::Impl {
     QFile file;
     qint64 sizeHint = 0;
     qsizetype blockBytes = 0;
+    qsizetype longestLine = -1;
     std::vector<char> buffers[2];
     int current = 1;         // the buffer of the last block given
     qsizetype tailBegin = 0; // what was read past that block
@@ -305,7 +306,8 @@ struct BlockReader::Impl {
     }
 };
 
-BlockReader::BlockReader(const QString& fileName, qsizetype blockBytes) : impl_(new Impl) {
+BlockReader::BlockReader(const QString& fileName, qsizetype blockBytes, qsizetype longestLine)
+    : impl_(new Impl) {
     try {
         openFile(impl_->file, fileName, false);
     } catch (...) {
@@ -314,6 +316,7 @@ BlockReader::BlockReader(const QString& fileName, qsizetype blockBytes) : impl_(
     }
     impl_->sizeHint = impl_->file.size();
     impl_->blockBytes = std::max<qsizetype>(blockBytes, 1);
+    impl_->longestLine = longestLine;
 }
 
 BlockReader::~BlockReader() {
@@ -339,15 +342,41 @@ QByteArrayView BlockReader::next() {
 
     qsizetype wanted = d.blockBytes;
     qsizetype searched = 0; // no usable line end before this
+    // Past the longest line wanted, what is read of the first line beyond
+    // that is let go: its end follows its first longestLine + 1 bytes.
+    const qsizetype keep = d.longestLine + 1;
+    bool cut = false;
+    const auto dropUpTo = [&](qsizetype from) {
+        if (from > keep) {
+            std::memmove(buffer.data() + keep, buffer.data() + from, std::size_t(used - from));
+            used -= from - keep;
+        }
+    };
     for (;;) {
         while (!d.atEnd && used < wanted)
             d.atEnd = !d.readMore(buffer, used, wanted - used);
-        if (d.atEnd)
+        if (d.atEnd) {
+            if (cut) {
+                const void* cr = std::memchr(buffer.data() + searched, '\r',
+                                             std::size_t(std::max<qsizetype>(used - searched, 0)));
+                dropUpTo(cr ? static_cast<const char*>(cr) - buffer.data() : used);
+            }
             return QByteArrayView(buffer.data(), used);
+        }
         // The block ends after the last CR whose next byte is known, so that
         // a CR LF is never cut in two.
         for (qsizetype i = used - 2; i >= searched; --i) {
             if (buffer[std::size_t(i)] == '\r') {
+                if (cut) {
+                    // The first CR after the cut ends the cut line; what
+                    // follows it moves up with it.
+                    const qsizetype first =
+                        static_cast<const char*>(std::memchr(buffer.data() + searched, '\r',
+                                                             std::size_t(i - searched + 1))) -
+                        buffer.data();
+                    dropUpTo(first);
+                    i -= first - keep;
+                }
                 const qsizetype end = i + 1 + (buffer[std::size_t(i + 1)] == '\n' ? 1 : 0);
                 d.tailBegin = end;
                 d.tailEnd = used;
@@ -355,6 +384,10 @@ QByteArrayView BlockReader::next() {
             }
         }
         // One line longer than what was read: read on until it ends.
+        if (d.longestLine >= 0 && used - 1 > keep) {
+            dropUpTo(used - 1); // the last byte stays: it may be a CR before its LF
+            cut = true;
+        }
         searched = std::max<qsizetype>(used - 1, 0);
         wanted = used + d.blockBytes;
     }
