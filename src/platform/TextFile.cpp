@@ -10,8 +10,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -490,8 +492,20 @@ QString Field::text() const {
 }
 
 struct FieldReader::Impl {
+    ~Impl() { std::free(buffer); }
     QFile file;
-    std::vector<char> buffer;
+    // malloc'd, so that growing it for a long field can move its pages
+    // (realloc) instead of copying them beside the old ones.
+    char* buffer = nullptr;
+    std::size_t capacity = 0;
+
+    void resize(std::size_t size) {
+        char* moved = static_cast<char*>(std::realloc(buffer, size));
+        if (moved == nullptr)
+            throw std::bad_alloc();
+        buffer = moved;
+        capacity = size;
+    }
 };
 
 FieldReader::FieldReader(const QString& fileName, qsizetype chunkBytes) : impl_(new Impl) {
@@ -502,10 +516,11 @@ FieldReader::FieldReader(const QString& fileName, qsizetype chunkBytes) : impl_(
         throw;
     }
     size_ = impl_->file.size();
-    // A small file is read in one go, into a buffer of its own size.
-    const qint64 room = std::max<qint64>(std::min<qint64>(chunkBytes, size_ + 1), 1);
-    impl_->buffer.resize(std::size_t(room));
-    data_ = impl_->buffer.data();
+    // A small file is read in one go, into a buffer of its own size; a pipe
+    // (no size) through the usual buffer.
+    const qint64 room = size_ > 0 ? std::min<qint64>(chunkBytes, size_ + 1) : chunkBytes;
+    impl_->resize(std::size_t(std::max<qint64>(room, 1)));
+    data_ = impl_->buffer;
 }
 
 FieldReader::~FieldReader() {
@@ -522,19 +537,28 @@ bool FieldReader::available(qsizetype ahead) {
 }
 
 void FieldReader::refill() {
-    std::vector<char>& buffer = impl_->buffer;
     // What is not done with yet moves to the front; a field longer than half
-    // the buffer makes it grow.
+    // the buffer makes it grow, though never much past what the file still
+    // holds: a field running to the end of the file is held once.
     const qsizetype kept = end_ - pos_;
-    if (kept > qsizetype(buffer.size()) / 2)
-        buffer.resize(buffer.size() * 2);
-    data_ = buffer.data();
     if (kept > 0 && pos_ > 0)
         std::memmove(data_, data_ + pos_, std::size_t(kept));
     consumed_ += pos_;
     pos_ = 0;
     end_ = kept;
-    const std::size_t room = buffer.size() - std::size_t(end_);
+    const std::size_t capacity = impl_->capacity;
+    if (std::size_t(kept) > capacity / 2) {
+        std::size_t grown = capacity * 2;
+        if (size_ > 0) {
+            const qint64 rest = std::max<qint64>(size_ - (consumed_ + end_), 0);
+            grown = std::min(grown, std::size_t(kept + rest) + 65536);
+        }
+        grown = std::max(grown, std::size_t(kept) + std::min<std::size_t>(capacity, 65536));
+        if (grown > capacity)
+            impl_->resize(grown);
+    }
+    data_ = impl_->buffer;
+    const std::size_t room = impl_->capacity - std::size_t(end_);
     for (;;) {
         const ssize_t got = ::read(impl_->file.handle(), data_ + end_, room);
         if (got < 0 && errno == EINTR)

@@ -524,6 +524,8 @@ void TestConverter::memoryBoundedByTheInput_data() {
     QTest::addColumn<QByteArray>("head");
     QTest::addColumn<char>("filler"); // 300 MB of it after the head, no line break
     QTest::newRow("XYZ, one line") << QByteArray("P1,1,2,") << '7';
+    QTest::newRow("DXF, quoted field before ENTITIES") << QByteArray("0\r\n\"") << 'A';
+    QTest::newRow("DXF, unquoted field") << QByteArray("0\nSECTION\n2\nENTITIES\n") << 'B';
 }
 
 void TestConverter::memoryBoundedByTheInput() {
