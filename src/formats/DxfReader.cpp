@@ -27,11 +27,15 @@ namespace {
 // Comparisons are on the field's text, blanks trimmed, exact and
 // case-sensitive. A number field's text is its default text, which never
 // spells a section or entity name.
-bool isName(const Field& field, QStringView name) {
-    if (field.isNumber())
-        return false;
-    const QString text = field.text();
-    return TrimSpaces(QStringView(text)) == name;
+bool isName(const RawField& raw, QByteArrayView name) {
+    // A number field never spells a name, and a byte above 127 never
+    // decodes to one of its ASCII letters: the bytes, blanks trimmed, decide.
+    QByteArrayView text = raw.bytes();
+    while (!text.isEmpty() && text.front() == ' ')
+        text = text.sliced(1);
+    while (!text.isEmpty() && text.back() == ' ')
+        text.chop(1);
+    return text == name;
 }
 
 // The code 10, compared as text like the names: a value such as "10.0" or
@@ -182,13 +186,15 @@ void ReadDxfFile(CommandContext& context, const QString& path, qsizetype bufferB
 
     // Reading past the end (no ENTITIES, or no POINT after it) is error 62,
     // left to the caller like every other failure here.
-    Field field = file.readField();
-    while (!isName(field, u"ENTITIES"))
-        field = file.readField();
+    // On the field's bytes: a field of any length is looked at where it
+    // stands, never copied or decoded.
+    RawField field = file.readRawField();
+    while (!isName(field, "ENTITIES"))
+        field = file.readRawField();
     // The search starts at the ENTITIES field itself; codes 10 before the
     // first POINT are passed over.
-    while (!isName(field, u"POINT"))
-        field = file.readField();
+    while (!isName(field, "POINT"))
+        field = file.readRawField();
 
     // From here to the end of the file, whatever the entity or section
     // (ENDSEC does not stop it), every field "10" starts a point, even when

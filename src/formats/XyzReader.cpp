@@ -377,6 +377,7 @@ void forEachLine(QByteArrayView bytes, qsizetype begin, qsizetype end, Take&& ta
 // the cores, then taken into the store in order: a block is short enough for
 // the progress to be told often, and for the buffers to stay few.
 constexpr qsizetype kBlockBytes = 2 << 20;
+constexpr qsizetype kLongestLineKept = 65536;
 
 } // namespace
 
@@ -394,7 +395,9 @@ void ReadXyzFile(GestionDonnee& state, const QString& fileName) {
 }
 
 void ReadXyzFile(GestionDonnee& state, const QString& fileName, Progress& progress) {
-    BlockReader file(fileName, kBlockBytes);
+    // A line past 32,767 characters overflows the scan's counters whatever
+    // it holds, so the reader needs no more of a line than a little beyond.
+    BlockReader file(fileName, kBlockBytes, kLongestLineKept);
     const LinePlan plan = planFor(state.Settings);
     const std::size_t cores = PartsFor(std::size_t(kBlockBytes), 1);
     PerPart<TextArena> texts(cores + 1); // one per part, the last for the numbering

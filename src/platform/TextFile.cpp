@@ -10,8 +10,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -278,6 +280,7 @@ struct BlockReader::Impl {
     QFile file;
     qint64 sizeHint = 0;
     qsizetype blockBytes = 0;
+    qsizetype longestLine = -1;
     std::vector<char> buffers[2];
     int current = 1;         // the buffer of the last block given
     qsizetype tailBegin = 0; // what was read past that block
@@ -309,7 +312,8 @@ struct BlockReader::Impl {
     }
 };
 
-BlockReader::BlockReader(const QString& fileName, qsizetype blockBytes) : impl_(new Impl) {
+BlockReader::BlockReader(const QString& fileName, qsizetype blockBytes, qsizetype longestLine)
+    : impl_(new Impl) {
     try {
         openFile(impl_->file, fileName, false);
     } catch (...) {
@@ -318,6 +322,7 @@ BlockReader::BlockReader(const QString& fileName, qsizetype blockBytes) : impl_(
     }
     impl_->sizeHint = impl_->file.size();
     impl_->blockBytes = std::max<qsizetype>(blockBytes, 1);
+    impl_->longestLine = longestLine;
 }
 
 BlockReader::~BlockReader() {
@@ -343,15 +348,41 @@ QByteArrayView BlockReader::next() {
 
     qsizetype wanted = d.blockBytes;
     qsizetype searched = 0; // no usable line end before this
+    // Past the longest line wanted, what is read of the first line beyond
+    // that is let go: its end follows its first longestLine + 1 bytes.
+    const qsizetype keep = d.longestLine + 1;
+    bool cut = false;
+    const auto dropUpTo = [&](qsizetype from) {
+        if (from > keep) {
+            std::memmove(buffer.data() + keep, buffer.data() + from, std::size_t(used - from));
+            used -= from - keep;
+        }
+    };
     for (;;) {
         while (!d.atEnd && used < wanted)
             d.atEnd = !d.readMore(buffer, used, wanted - used);
-        if (d.atEnd)
+        if (d.atEnd) {
+            if (cut) {
+                const void* cr = std::memchr(buffer.data() + searched, '\r',
+                                             std::size_t(std::max<qsizetype>(used - searched, 0)));
+                dropUpTo(cr ? static_cast<const char*>(cr) - buffer.data() : used);
+            }
             return QByteArrayView(buffer.data(), used);
+        }
         // The block ends after the last CR whose next byte is known, so that
         // a CR LF is never cut in two.
         for (qsizetype i = used - 2; i >= searched; --i) {
             if (buffer[std::size_t(i)] == '\r') {
+                if (cut) {
+                    // The first CR after the cut ends the cut line; what
+                    // follows it moves up with it.
+                    const qsizetype first =
+                        static_cast<const char*>(std::memchr(buffer.data() + searched, '\r',
+                                                             std::size_t(i - searched + 1))) -
+                        buffer.data();
+                    dropUpTo(first);
+                    i -= first - keep;
+                }
                 const qsizetype end = i + 1 + (buffer[std::size_t(i + 1)] == '\n' ? 1 : 0);
                 d.tailBegin = end;
                 d.tailEnd = used;
@@ -359,6 +390,10 @@ QByteArrayView BlockReader::next() {
             }
         }
         // One line longer than what was read: read on until it ends.
+        if (d.longestLine >= 0 && used - 1 > keep) {
+            dropUpTo(used - 1); // the last byte stays: it may be a CR before its LF
+            cut = true;
+        }
         searched = std::max<qsizetype>(used - 1, 0);
         wanted = used + d.blockBytes;
     }
@@ -461,8 +496,20 @@ QString Field::text() const {
 }
 
 struct FieldReader::Impl {
+    ~Impl() { std::free(buffer); }
     QFile file;
-    std::vector<char> buffer;
+    // malloc'd, so that growing it for a long field can move its pages
+    // (realloc) instead of copying them beside the old ones.
+    char* buffer = nullptr;
+    std::size_t capacity = 0;
+
+    void resize(std::size_t size) {
+        char* moved = static_cast<char*>(std::realloc(buffer, size));
+        if (moved == nullptr)
+            throw std::bad_alloc();
+        buffer = moved;
+        capacity = size;
+    }
 };
 
 FieldReader::FieldReader(const QString& fileName, qsizetype chunkBytes) : impl_(new Impl) {
@@ -473,10 +520,11 @@ FieldReader::FieldReader(const QString& fileName, qsizetype chunkBytes) : impl_(
         throw;
     }
     size_ = impl_->file.size();
-    // A small file is read in one go, into a buffer of its own size.
-    const qint64 room = std::max<qint64>(std::min<qint64>(chunkBytes, size_ + 1), 1);
-    impl_->buffer.resize(std::size_t(room));
-    data_ = impl_->buffer.data();
+    // A small file is read in one go, into a buffer of its own size; a pipe
+    // (no size) through the usual buffer.
+    const qint64 room = size_ > 0 ? std::min<qint64>(chunkBytes, size_ + 1) : chunkBytes;
+    impl_->resize(std::size_t(std::max<qint64>(room, 1)));
+    data_ = impl_->buffer;
 }
 
 FieldReader::~FieldReader() {
@@ -493,19 +541,28 @@ bool FieldReader::available(qsizetype ahead) {
 }
 
 void FieldReader::refill() {
-    std::vector<char>& buffer = impl_->buffer;
     // What is not done with yet moves to the front; a field longer than half
-    // the buffer makes it grow.
+    // the buffer makes it grow, though never much past what the file still
+    // holds: a field running to the end of the file is held once.
     const qsizetype kept = end_ - pos_;
-    if (kept > qsizetype(buffer.size()) / 2)
-        buffer.resize(buffer.size() * 2);
-    data_ = buffer.data();
     if (kept > 0 && pos_ > 0)
         std::memmove(data_, data_ + pos_, std::size_t(kept));
     consumed_ += pos_;
     pos_ = 0;
     end_ = kept;
-    const std::size_t room = buffer.size() - std::size_t(end_);
+    const std::size_t capacity = impl_->capacity;
+    if (std::size_t(kept) > capacity / 2) {
+        std::size_t grown = capacity * 2;
+        if (size_ > 0) {
+            const qint64 rest = std::max<qint64>(size_ - (consumed_ + end_), 0);
+            grown = std::min(grown, std::size_t(kept + rest) + 65536);
+        }
+        grown = std::max(grown, std::size_t(kept) + std::min<std::size_t>(capacity, 65536));
+        if (grown > capacity)
+            impl_->resize(grown);
+    }
+    data_ = impl_->buffer;
+    const std::size_t room = impl_->capacity - std::size_t(end_);
     for (;;) {
         const ssize_t got = ::read(impl_->file.handle(), data_ + end_, room);
         if (got < 0 && errno == EINTR)

@@ -56,7 +56,10 @@ private:
 class BlockReader {
 public:
     // Blocks of about blockBytes; a longer line makes a block of its own.
-    BlockReader(const QString& fileName, qsizetype blockBytes);
+    // With longestLine set, a line longer than that comes cut to its first
+    // longestLine + 1 bytes (its line break kept): for readers that reject
+    // such a line whatever it holds, so that it is never held whole.
+    BlockReader(const QString& fileName, qsizetype blockBytes, qsizetype longestLine = -1);
     ~BlockReader();
     BlockReader(const BlockReader&) = delete;
     BlockReader& operator=(const BlockReader&) = delete;

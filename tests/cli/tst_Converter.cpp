@@ -14,8 +14,10 @@
 #include <QThread>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -75,6 +77,30 @@ void feedPipe(const QString& path, const QByteArray& bytes) {
         done += n;
     }
     ::close(fd);
+}
+
+// Runs "tovalin-cli list input" and gives the peak of its resident memory in
+// bytes (the process's own, through wait4), or -1.
+qint64 peakMemoryOfList(const QString& input, const QString& configHome) {
+    const QByteArray program = TOVALIN_BINARY_DIR "/bin/tovalin-cli";
+    const QByteArray file = QFile::encodeName(input);
+    const QByteArray config = "XDG_CONFIG_HOME=" + QFile::encodeName(configHome);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const int null = ::open("/dev/null", O_WRONLY);
+        ::dup2(null, 1);
+        ::dup2(null, 2);
+        const char* args[] = {program.constData(), "list", file.constData(), nullptr};
+        const char* env[] = {config.constData(), "LC_ALL=fr_FR.UTF-8", nullptr};
+        ::execve(program.constData(), const_cast<char**>(args), const_cast<char**>(env));
+        ::_exit(127);
+    }
+    int status = 0;
+    struct rusage usage {};
+    if (child < 0 || ::wait4(child, &status, 0, &usage) != child || !WIFEXITED(status) ||
+        WEXITSTATUS(status) == 127)
+        return -1;
+    return qint64(usage.ru_maxrss) * 1024;
 }
 
 // The temporary files the converter leaves beside its output, if any.
@@ -172,6 +198,8 @@ private slots:
     void outputWherever();
     void noTemporaryLeftOnSignal_data();
     void noTemporaryLeftOnSignal();
+    void memoryBoundedByTheInput_data();
+    void memoryBoundedByTheInput();
 
 private:
     QTemporaryDir dir_;
@@ -641,6 +669,38 @@ void TestConverter::noTemporaryLeftOnSignal() {
     QCOMPARE(process.exitStatus(), QProcess::CrashExit);
     QCOMPARE(temporaries(work.path()), QStringList());
     QVERIFY(!QFile::exists(work.filePath(QStringLiteral("out.xyz"))));
+}
+
+// Whatever the shape of the input, reading it takes no more memory than its
+// size and 100 MB: a line far past the XYZ reader's limit is not held whole,
+// a DXF field running to the end of the file is held once.
+void TestConverter::memoryBoundedByTheInput_data() {
+    QTest::addColumn<QByteArray>("head");
+    QTest::addColumn<char>("filler"); // 300 MB of it after the head, no line break
+    QTest::newRow("XYZ, one line") << QByteArray("P1,1,2,") << '7';
+    QTest::newRow("DXF, quoted field before ENTITIES") << QByteArray("0\r\n\"") << 'A';
+    QTest::newRow("DXF, unquoted field") << QByteArray("0\nSECTION\n2\nENTITIES\n") << 'B';
+}
+
+void TestConverter::memoryBoundedByTheInput() {
+    QFETCH(QByteArray, head);
+    QFETCH(char, filler);
+    constexpr qint64 kFill = qint64(300) << 20;
+    QTemporaryDir work;
+    const QString input = work.filePath(
+        QString::fromLatin1(QTest::currentDataTag()).startsWith(u"XYZ") ? "big.xyz" : "big.dxf");
+    {
+        QFile file(input);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(head);
+        const QByteArray block(1 << 20, filler);
+        for (qint64 done = 0; done < kFill; done += block.size())
+            QVERIFY(file.write(block) == block.size());
+    }
+    const qint64 peak = peakMemoryOfList(input, config_.path());
+    QVERIFY(peak > 0);
+    QVERIFY2(peak <= QFileInfo(input).size() + (qint64(100) << 20),
+             qPrintable(QStringLiteral("peak %1 MB").arg(peak >> 20)));
 }
 
 void TestConverter::settingsFileIsReadNeverWritten() {
