@@ -29,12 +29,22 @@ void ImportPreview::setSeparator(QChar separator) {
 }
 
 void ImportPreview::setDecimal(QChar decimal) {
+    // Only the decimal mark changes: the separator, the lines skipped and
+    // the roles shown stay (read with another mark, the lines would suggest
+    // others).
     chosen_.decimal = decimal;
+    chosen_.separator = layout_.separator;
+    chosen_.skipLines = layout_.skipLines;
+    chosen_.columns = layout_.roles;
     findLayout();
 }
 
 void ImportPreview::setSkipLines(int lines) {
+    // The cut of the lines stays; the roles are found again from the lines
+    // now first (a header the user skipped to), unless the user chose them.
     chosen_.skipLines = std::max(0, lines);
+    chosen_.separator = layout_.separator;
+    chosen_.decimal = layout_.decimal;
     findLayout();
 }
 

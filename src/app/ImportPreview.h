@@ -29,6 +29,7 @@ public:
 
     // A new separator cuts the lines again, so the roles are found again.
     void setSeparator(QChar separator);
+    // Everything else is kept as shown.
     void setDecimal(QChar decimal);
     void setSkipLines(int lines);
     // A role given to a column is taken from any other column that had it

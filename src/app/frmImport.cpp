@@ -146,11 +146,13 @@ void frmImport::buildControls() {
     buttons->addStretch();
     Command1 = new QPushButton(QStringLiteral("Ok"), this);
     Command1->setObjectName(QStringLiteral("Command1"));
-    Command1->setDefault(true);
     Command2 = new QPushButton(QStringLiteral("Annuler"), this);
     Command2->setObjectName(QStringLiteral("Command2"));
-    buttons->addWidget(Command1);
-    buttons->addWidget(Command2);
+    // Enter in the lines field takes the number; it must not press "Ok".
+    for (QPushButton* button : {Command1, Command2}) {
+        button->setAutoDefault(false);
+        buttons->addWidget(button);
+    }
     layout->addLayout(buttons);
 
     connect(Combo1, &QComboBox::activated, this, [this](int index) {

@@ -1,0 +1,181 @@
+#include "TestRunner.h"
+#include "WindowFixture.h"
+
+#include "app/frmImport.h"
+
+#include <QSpinBox>
+#include <QTest>
+
+using namespace testing;
+using namespace platform;
+
+namespace {
+
+struct Import {
+    QString file;      // in tests/data/import
+    QStringList steps; // "CONTROL KEYS" typed into a control, "Ok [Y|N|C]", "Annuler"
+    bool listed;       // a point A is listed before
+    QString count;     // the window's count of the whole file
+    QString rejected;  // the rows it lists as left aside
+    QString points;    // the store at the end
+    QString label;     // the main window's count label at the end
+    bool stillOpen;
+};
+
+} // namespace
+Q_DECLARE_METATYPE(Import)
+
+// The import window driven as a user would, over the sample files of other
+// programs: the layout it finds, the user's corrections, and "Ok" adding the
+// points as "Ouvrir" does.
+class TestImport : public QObject {
+    Q_OBJECT
+private slots:
+    void importWindow_data();
+    void importWindow();
+};
+
+void TestImport::importWindow_data() {
+    const QString none = QStringLiteral("Nombre de points :");
+    const QString a = QStringLiteral("A|1|2|3");
+    const QString codigo =
+        QStringLiteral("P1|350123.456|4650123.789|512.3 & P2|350130.001|4650130.002|513.04");
+    const QString twoRead = QStringLiteral("Lignes donnant un point : 2    Lignes écartées : 0");
+    Rows<Import> row;
+    // The header's names give the roles; the code and description are left aside.
+    row("header names the columns",
+        {"header-codigo.csv", {"Ok"}, false, twoRead, "", codigo, "Nombre de points : 1", false});
+    row("northing before easting", {"point-northing-easting.csv",
+                                    {"Ok"},
+                                    false,
+                                    twoRead,
+                                    "",
+                                    "1000|3000.5|5000.125|250.25 & 1001|3010.25|5010.875|251.5",
+                                    "Nombre de points : 1",
+                                    false});
+    // A role given to a column leaves the column that had it.
+    row("user swaps X and Y", {"header-codigo.csv",
+                               {"Role1 Y", "Role2 X", "Ok"},
+                               false,
+                               twoRead,
+                               "",
+                               "P1|4650123.789|350123.456|512.3 & P2|4650130.002|350130.001|513.04",
+                               "Nombre de points : 1",
+                               false});
+    row("user skips a data line", {"header-codigo.csv",
+                                   {"Spin1 2", "Ok"},
+                                   false,
+                                   "Lignes donnant un point : 1    Lignes écartées : 0",
+                                   "",
+                                   "P2|350130.001|4650130.002|513.04",
+                                   "Nombre de points : 0",
+                                   false});
+    row("rows left aside, then Annuler",
+        {"bad-rows.csv",
+         {"Annuler"},
+         false,
+         "Lignes donnant un point : 3    Lignes écartées : 6",
+         "Ligne 3 : X manquant / Ligne 4 : Y n'est pas un nombre : « abc » / Ligne 5 : trop peu "
+         "de colonnes (2 au lieu d'au moins 3) / Ligne 8 : Z n'est pas un nombre : « 12x » / "
+         "Ligne 10 : X n'est pas un nombre : « inf » / Ligne 11 : Y n'est pas un nombre : "
+         "« 2 010,5 »",
+         "",
+         none,
+         false});
+    // Every change counts the whole file again.
+    row("decimal point forced on a comma file",
+        {"decimal-comma.csv",
+         {"Combo2 P"},
+         false,
+         "Lignes donnant un point : 0    Lignes écartées : 2",
+         "Ligne 1 : X n'est pas un nombre : « 1234,567 » / "
+         "Ligne 2 : X n'est pas un nombre : « 1235,5 »",
+         "",
+         none,
+         true});
+    // Runs of blanks as separator, the fourth column left aside, numbered from 1.
+    row("aligned columns, user turns the fourth into Z",
+        {"aligned-fourth.txt",
+         {"Role3 Z", "Ok"},
+         false,
+         "Lignes donnant un point : 3    Lignes écartées : 0",
+         "",
+         "1|289814.15|4320978.61|1 & 2|289815.05|4320979.22|1 & 3|289816.4|4320980.03|2",
+         "Nombre de points : 2",
+         false});
+    // The open command's question, with its answers.
+    row("listed points, Cancel keeps the window",
+        {"header-codigo.csv", {"Ok C"}, true, twoRead, "", a, none, true});
+    row("listed points, Yes adds", {"header-codigo.csv",
+                                    {"Ok Y"},
+                                    true,
+                                    twoRead,
+                                    "",
+                                    a + " & " + codigo,
+                                    "Nombre de points : 2",
+                                    false});
+}
+
+void TestImport::importWindow() {
+    QFETCH(Import, c);
+    RegionalFormatScope scope(frenchFormat());
+    WindowFixture f(c.listed ? std::vector<PointRecord>{{1, 2, 3, QStringLiteral("A")}}
+                             : std::vector<PointRecord>{});
+    f.window.show();
+    const QString fileName = QStringLiteral(TOVALIN_TEST_DATA "/import/") + c.file;
+    ShowImportWindows(f.window, {fileName});
+    QPointer<QDialog> window = child<QDialog>(&f.window, "frmImport");
+    QVERIFY(window);
+    QCOMPARE(window->windowTitle(), QStringLiteral("Importer un relevé"));
+
+    // What the window shows before its buttons are pressed.
+    QString count, rejected;
+    auto look = [&] {
+        count = child<QLabel>(window, "Label1")->text();
+        const auto* list = child<QListWidget>(window, "List1");
+        QStringList rows;
+        for (int i = 0; i < list->count(); ++i)
+            rows << list->item(i)->text();
+        rejected = rows.join(QStringLiteral(" / "));
+    };
+    for (const QString& step : c.steps) {
+        const QStringList words = step.split(u' ');
+        if (words[0] == QLatin1String("Ok") || words[0] == QLatin1String("Annuler"))
+            look();
+        if (words[0] == QLatin1String("Ok")) {
+            if (words.size() > 1)
+                f.boxes.answerMessage(MsgAnswer(QStringLiteral("OYNC").indexOf(words[1])));
+            QTest::mouseClick(child<QPushButton>(window, "Command1"), Qt::LeftButton);
+        } else if (words[0] == QLatin1String("Annuler")) {
+            QTest::mouseClick(child<QPushButton>(window, "Command2"), Qt::LeftButton);
+        } else if (auto* spin = child<QSpinBox>(window, qPrintable(words[0]))) {
+            spin->setFocus();
+            QTest::keyClick(spin, Qt::Key_A, Qt::ControlModifier);
+            QTest::keyClicks(spin, words[1]);
+            QTest::keyClick(spin, Qt::Key_Return);
+        } else {
+            // A closed combo box chooses the entry whose text starts with what is typed.
+            auto* combo = child<QComboBox>(window, qPrintable(words[0]));
+            QVERIFY2(combo, qPrintable(step));
+            QTest::keyClicks(combo, words[1]);
+        }
+        QCoreApplication::processEvents();
+    }
+    if (window)
+        look();
+    QCOMPARE(count, c.count);
+    QCOMPARE(rejected, c.rejected);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCOMPARE(!window.isNull(), c.stillOpen);
+
+    QCOMPARE(PointsAsText(f.state).join(QStringLiteral(" & ")), c.points);
+    QCOMPARE(gridColumn(f.state, 0), storedNames(f.state));
+    QCOMPARE(f.countLabel(), c.label);
+    const bool added = !c.stillOpen && c.steps.last().startsWith(QLatin1String("Ok"));
+    QCOMPARE(f.state.CurrentFileName, added ? fileName : QString());
+    QCOMPARE(f.boxes.unusedAnswers(), 0u);
+    QCOMPARE(f.boxes.unexpectedBoxes(), 0);
+}
+
+TOVALIN_TEST(TestImport)
+#include "tst_Import.moc"
