@@ -96,6 +96,10 @@ QAction* frmVisualisation::addItem(QMenu* menu, const char* name, const QString&
 }
 
 bool frmVisualisation::DrawView(int size) {
+    // A closed window starts no pass: its deletion may come in any batch of
+    // events a pass lets through, and the pass would return into it.
+    if (goWhenIdle_)
+        return false;
     const bool drawn =
         Zone_->DrawView(view_, size, MnuAffichagePt->isChecked(), MnuAffichageSt->isChecked());
     if (goWhenIdle_ && !Zone_->busy())
@@ -148,12 +152,11 @@ void frmVisualisation::closeEvent(QCloseEvent* event) {
 }
 
 void frmVisualisation::unload() {
-    if (Zone_->busy()) {
+    goWhenIdle_ = true;
+    if (Zone_->busy())
         Zone_->stop();
-        goWhenIdle_ = true;
-    } else {
+    else
         deleteLater();
-    }
 }
 
 void frmVisualisation::resizeEvent(QResizeEvent* event) {

@@ -53,7 +53,7 @@ private:
     QAction* Mnu_Commande_Zoomp = nullptr;
     QAction* Mnu_Commande_Zoomm = nullptr;
     QAction* Mnu_Commande_Deplacement = nullptr;
-    // Closed while a pass was processing events: the window goes once the
-    // pass has let go of it.
+    // Closed: the window goes at once, or once the pass that was processing
+    // events has let go of it; it draws nothing more meanwhile.
     bool goWhenIdle_ = false;
 };

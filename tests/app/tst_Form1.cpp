@@ -233,9 +233,7 @@ void TestForm1::quit_data() {
     QTest::newRow("yes saves") << true << int(MsgAnswer::Yes) << "";
     QTest::newRow("cancel still closes") << true << int(MsgAnswer::Cancel) << "";
     QTest::newRow("while printing: once printed") << true << int(MsgAnswer::No) << "print";
-    // Not "while the view loads": under a loaded machine the offscreen platform
-    // delivered an activation to the closed view about one run in three and
-    // the test crashed; the close kept during that command is left untested.
+    QTest::newRow("while the view loads: once loaded") << true << int(MsgAnswer::No) << "view";
 }
 
 void TestForm1::quit() {
@@ -256,17 +254,22 @@ void TestForm1::quit() {
     if (during.isEmpty()) {
         f.window.QuitCommand();
     } else {
-        // The close box, while the list is printed.
-        f.trigger("print");
+        // The close box, while the list is printed or the view loads.
+        if (during == u"print")
+            f.trigger("print");
         bool working = false;
         QTimer::singleShot(0, &f.window, [&] {
             working = !f.window.menuBar()->isEnabled();
             f.window.close();
         });
-        child<QPushButton>(f.topLevel(QStringLiteral("Form6")), "Command1")->click();
+        if (during == u"print")
+            child<QPushButton>(f.topLevel(QStringLiteral("Form6")), "Command1")->click();
+        else
+            f.trigger("view");
         QVERIFY(working);
         QTRY_VERIFY(!f.window.isVisible());
-        QCOMPARE(f.printer.ended.size(), std::size_t(1));
+        if (during == u"print")
+            QCOMPARE(f.printer.ended.size(), std::size_t(1));
     }
     const QString question = QStringLiteral(
         "Enregistrement: Voulez vous enregistrer les modifications ? [question yesnocancel]");
