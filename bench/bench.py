@@ -79,6 +79,53 @@ def make_data(sizes, cli, env):
                     out.write(line.rstrip("\r\n").split(",", 1)[1] + "\n")
 
 
+def make_pnezd(sizes):
+    """The same points as the XYZ files, as another program exports them
+    (header, point, northing, easting, elevation, code; LF), for the importer."""
+    for count in sizes:
+        pnezd = os.path.join(DATA, "points-%d.pnezd.csv" % count)
+        if not os.path.exists(pnezd):
+            subprocess.run(["/usr/bin/python3", os.path.join(HERE, "make_points.py"), "--pnezd",
+                            str(count), pnezd], check=True)
+
+
+def import_rows(sizes, runs, cli, env, scratch, with_peers):
+    """The importer against the XYZ reader on the same points, and its
+    conversion to DXF against ogr2ogr's CSV driver on the same file, each pair
+    measured side by side."""
+    rows = []
+    for count in sizes:
+        xyz = os.path.join(DATA, "points-%d.xyz" % count)
+        pnezd = os.path.join(DATA, "points-%d.pnezd.csv" % count)
+        measures = [lambda: run([cli, "list", "--from", "csv", pnezd], env),
+                    lambda: run([cli, "list", xyz], env)]
+        (ours, peak), (reader, reader_peak) = medians_of(runs, measures)
+        rows.append(("list --from csv (PNEZD)", count, ours, peak / 1024,
+                     [("list XYZ reader", reader)]))
+
+        target = os.path.join(scratch, "import-%d.dxf" % count)
+        peer_target = os.path.join(scratch, "import-ogr-%d.dxf" % count)
+
+        def convert():
+            if os.path.exists(target):
+                os.remove(target)
+            return run([cli, "convert", "--from", "csv", "--set", "Fich_Dim=3D", pnezd,
+                        "-o", target], env)
+
+        def ogr():
+            if os.path.exists(peer_target):
+                os.remove(peer_target)
+            return run(["ogr2ogr", "-f", "DXF", peer_target, pnezd,
+                        "-oo", "X_POSSIBLE_NAMES=Easting", "-oo", "Y_POSSIBLE_NAMES=Northing",
+                        "-oo", "Z_POSSIBLE_NAMES=Elevation"], env)
+        measures = [convert] + ([ogr] if with_peers and shutil.which("ogr2ogr") else [])
+        medians = medians_of(runs, measures)
+        peers = [("ogr2ogr", medians[1][0])] if len(medians) > 1 else []
+        rows.append(("convert --from csv ->DXF", count, medians[0][0], medians[0][1] / 1024,
+                     peers))
+    return rows
+
+
 def peer_call(imports, call):
     """Times one loading call of numpy or pandas in a fresh interpreter:
     the call alone, and the whole process (interpreter and imports too)."""
@@ -186,6 +233,8 @@ def main():
     parser.add_argument("--label", default="")
     parser.add_argument("--print-only", action="store_true",
                         help="only the printing figure (it needs a scheduler of its own)")
+    parser.add_argument("--import-only", action="store_true",
+                        help="only the importer's figures")
     args = parser.parse_args()
     sizes = [int(s) for s in args.sizes.split(",")]
     cli = os.path.join(args.bin, "tovalin-cli")
@@ -200,6 +249,8 @@ def main():
     shm = "/dev/shm" if os.path.isdir("/dev/shm") and os.access("/dev/shm", os.W_OK) else None
     scratch = tempfile.mkdtemp(prefix="tovalin-bench-out-", dir=shm)
     rows = []  # figure, size, ours (s), ours peak (MB), peer name, peer (s)
+    make_pnezd(sizes)
+    rows += import_rows(sizes, args.runs, cli, env, scratch, not args.no_peers)
 
     def xyz(count):
         return os.path.join(DATA, "points-%d.xyz" % count)
@@ -208,7 +259,7 @@ def main():
         return os.path.join(DATA, "points-%d.dxf" % count)
 
     gui_rows = {}
-    if not args.print_only:
+    if not args.print_only and not args.import_only:
         for count in sizes:
             measures = [lambda: run([cli, "list", xyz(count)], env)]
             if not args.no_peers:
@@ -302,7 +353,7 @@ def main():
     # plain QPainter loop in the same run.
     printer = os.path.join(args.bin, "tovalin-print-bench")
     print_rows = {}
-    if os.path.exists(printer):
+    if os.path.exists(printer) and not args.import_only:
         cups = start_cups()
         if isinstance(cups, str):
             print("printing figures left out: %s" % cups, file=sys.stderr)

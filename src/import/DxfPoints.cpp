@@ -5,6 +5,8 @@
 #include "platform/Variant.h"
 #include "state/GestionDonnee.h"
 
+#include <cmath>
+
 using namespace platform;
 
 // The POINT entities of any DXF drawing, read as group code and value pairs:
@@ -38,7 +40,9 @@ public:
             return false;
         double number = 0;
         const QByteArrayView code = trimmed(text_.line(line_));
-        if (!IsPlainWholeNumber(code) || !ReadPlainNumber(code, '.', number)) {
+        // Group codes are short: a long number is no code, and would not fit an int.
+        if (!IsPlainWholeNumber(code) || !ReadPlainNumber(code, '.', number) ||
+            std::abs(number) > 1e9) {
             broken_ = true;
             return false;
         }

@@ -1,5 +1,6 @@
 #include "import/ImportText.h"
 
+#include "platform/LargeMemory.h"
 #include "platform/RuntimeError.h"
 #include "platform/TextFile.h"
 
@@ -89,8 +90,11 @@ ImportText ImportText::fromBytes(QByteArray bytes) {
     // last line end is a line when it is not empty.
     const char* const data = text.utf8_.constData();
     const qsizetype size = text.utf8_.size();
-    text.starts_.reserve(std::size_t(size / 32 + 1));
-    text.ends_.reserve(std::size_t(size / 32 + 1));
+    // Room for lines of 32 bytes on average, in large pages where it is much.
+    for (std::vector<std::uint32_t>* offsets : {&text.starts_, &text.ends_}) {
+        offsets->reserve(std::size_t(size / 32 + 1));
+        AdviseLargeBuffer(offsets->data(), offsets->capacity() * sizeof(std::uint32_t));
+    }
     qsizetype start = 0;
     qsizetype i = 0;
     qsizetype lfAt = -1; // the next LF at or after i (size: none), looked for once

@@ -570,9 +570,17 @@ QString ImportHint(const ImportText& text) {
     if (text.lfCount() > 0 && text.crlfCount() == 0 && text.crCount() == 0)
         reasons << QStringLiteral("lignes terminées par LF seul");
     const TextLayout layout = DetectLayout(text, ImportOptions());
-    if (layout.headerLines > 0)
-        reasons << QStringLiteral("ligne d'en-tête");
     CellSplitter cells;
+    // A header that names the columns; a stray word before the points is no
+    // reason to look elsewhere.
+    for (qsizetype i = std::min<qsizetype>(layout.skipLines, text.lineCount()) - 1; i >= 0; --i) {
+        if (isBlank(text.line(i)))
+            continue;
+        cells.split(text.line(i), char(layout.separator.toLatin1()));
+        if (!rolesOfHeader(cells).empty())
+            reasons << QStringLiteral("ligne d'en-tête");
+        break;
+    }
     const std::vector<qsizetype> sample = sampleLines(text, layout.skipLines);
     std::size_t wide = 0;
     for (qsizetype line : sample) {

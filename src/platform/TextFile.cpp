@@ -1,5 +1,6 @@
 #include "platform/TextFile.h"
 
+#include "platform/LargeMemory.h"
 #include "platform/NumberText.h"
 #include "platform/Parallel.h"
 #include "platform/RuntimeError.h"
@@ -159,6 +160,7 @@ QByteArray readWholeFile(const QString& fileName) {
     const qint64 expected = file.size();
     if (expected > 0) {
         data.resize(expected);
+        AdviseLargeBuffer(data.data(), std::size_t(expected));
         if (readInParts(file.handle(), data.data(), expected) && file.seek(expected)) {
             data += file.readAll();
         } else {

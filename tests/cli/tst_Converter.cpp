@@ -3,6 +3,7 @@
 #include "TestSupport.h"
 
 #include "app/FileCommands.h"
+#include "import/Importer.h"
 #include "state/Startup.h"
 
 #include <QDir>
@@ -72,6 +73,18 @@ const QByteArray samplePoints = "1,652345.678,6862104.512,152.304\r\n"
                                 "B7,-0.5,12.3456,0\r\n"
                                 "bad line\r\n";
 
+// A sample of tests/data/import through the importer: the list on standard
+// output and the report on standard error ("F" stands for the sample's name).
+struct Import {
+    QStringList args; // the last one is the sample
+    QString out;
+    QString err;
+};
+
+QString importSample(const QString& name) {
+    return QStringLiteral(TOVALIN_TEST_DATA "/import/") + name;
+}
+
 struct Exit {
     QStringList args;
     int status;
@@ -91,6 +104,7 @@ struct Agreement {
 } // namespace
 Q_DECLARE_METATYPE(Exit)
 Q_DECLARE_METATYPE(Agreement)
+Q_DECLARE_METATYPE(Import)
 
 class TestConverter : public QObject {
     Q_OBJECT
@@ -106,6 +120,9 @@ private slots:
     void outputNeverLost();
     void droppedLines_data();
     void droppedLines();
+    void imported_data();
+    void imported();
+    void everySampleAsTheOpenPathReads();
 
 private:
     QTemporaryDir dir_;
@@ -148,7 +165,40 @@ void TestConverter::exitStatus_data() {
     row("option without value", {{"list", "a.xyz", "--height"}, 2, "--height sans valeur"});
     row("convert without output", {{"convert", "a.xyz"}, 2, "convert demande -o SORTIE"});
     row("list with output", {{"list", "a.xyz", "-o", "b.xyz"}, 2, "list n'écrit pas de fichier"});
-    row("unknown format", {{"list", "--from", "csv", "a.xyz"}, 2, "format inconnu : csv"});
+    row("unknown format", {{"list", "--from", "ods", "a.xyz"}, 2, "format inconnu : ods"});
+    row("no output as csv",
+        {{"convert", "a.xyz", "--to", "csv", "-o", "b"}, 2, "format de sortie inconnu : csv"});
+    row("unknown role",
+        {{"list", "--from", "csv", "--columns", "id,x,q", "a.csv"},
+         2,
+         "--columns attend les rôles id, x, y, z ou - séparés par des virgules, x et y une fois "
+         "chacun : id,x,q"});
+    row("role twice",
+        {{"list", "--from", "csv", "--columns", "x,y,x", "a.csv"},
+         2,
+         "--columns attend les rôles id, x, y, z ou - séparés par des virgules, x et y une fois "
+         "chacun : x,y,x"});
+    row("columns without csv",
+        {{"list", "--columns", "id,x,y", "a.xyz"},
+         2,
+         "--columns, --skip, --separator et --decimal vont avec --from csv"});
+    row("negative skip", {{"list", "--from", "csv", "--skip", "-1", "a.csv"},
+                          2,
+                          "--skip attend un nombre de lignes : -1"});
+    row("bad separator", {{"list", "--from", "csv", "--separator", ":", "a.csv"},
+                          2,
+                          "--separator attend , ; | tab ou espace : :"});
+    row("bad decimal",
+        {{"list", "--from", "csv", "--decimal", "'", "a.csv"}, 2, "--decimal attend , ou . : '"});
+    // An import that reads nothing fails, and writes nothing.
+    row("drawing without POINT", {{"convert", "--from", "dxf-points", importSample("no-point.dxf"),
+                                   "-o", dir_.filePath("never.dxf")},
+                                  1,
+                                  "« no-point.dxf » : 0 points lus (aucune entité POINT)\n"});
+    row("nothing after the lines skipped",
+        {{"convert", "--from", "csv", "--skip", "10", input_, "-o", dir_.filePath("never.dxf")},
+         1,
+         "0 points lus\n"});
     row("unknown setting",
         {{"list", "--set", "Couleur=1", "a.xyz"}, 2, "réglage inconnu : Couleur"});
     row("set without equals",
@@ -259,6 +309,15 @@ void TestConverter::droppedLines_data() {
     QTest::newRow("empty") << QByteArray("") << "« in.xyz » n'a donné aucun point";
     QTest::newRow("wrong separator")
         << QByteArray("1;2;3\r\n4;5;6\r\n") << "« in.xyz » n'a donné aucun point";
+    // Files that other programs write, which the importer reads.
+    QTest::newRow("LF line ends")
+        << QByteArray("1,2,3\n4,5,6\n")
+        << "« in.xyz » : il ressemble à un relevé d'un autre programme (lignes terminées par LF "
+           "seul) : essayer --from csv";
+    QTest::newRow("header and code column")
+        << QByteArray("Point;Est;Nord;Alt;Code\r\n1;2;3;4;CP\r\n")
+        << "« in.xyz » : il ressemble à un relevé d'un autre programme (ligne d'en-tête, plus "
+           "de quatre colonnes) : essayer --from csv";
 }
 
 void TestConverter::droppedLines() {
@@ -275,6 +334,99 @@ void TestConverter::droppedLines() {
     else
         QVERIFY2(err.startsWith(QStringLiteral("tovalin-cli : ")) && err.contains(report),
                  run.err.constData());
+}
+
+void TestConverter::imported_data() {
+    Rows<Import> row;
+    const QString pnezd = QStringLiteral("« pnezd-code.csv » : encodage UTF-8, séparateur virgule, "
+                                         "décimale point, sans en-tête, ");
+    row("PNEZD", {{"list", "--from", "csv", "pnezd-code.csv"},
+                  "1\t1000,000\t2000,000\t100,000\n2\t1010,250\t2005,125\t101,500\n"
+                  "3\t1020,500\t2010,750\t99,875\n",
+                  pnezd + "colonnes id,x,y,z,- ; 3 points lus"});
+    row("columns and separator given",
+        {{"list", "--from", "csv", "--columns", "id,y,x", "--separator", ",", "--decimal", ".",
+          "pnezd-code.csv"},
+         "1\t2000,000\t1000,000\t0,000\n2\t2005,125\t1010,250\t0,000\n"
+         "3\t2010,750\t1020,500\t0,000\n",
+         pnezd + "colonnes id,y,x ; 3 points lus"});
+    row("lines skipped",
+        {{"list", "--from", "csv", "--skip", "2", "header-codigo.csv"},
+         "P2\t350130,001\t4650130,002\t513,040\n",
+         "« header-codigo.csv » : encodage UTF-8, séparateur virgule, décimale point, 1 ligne "
+         "d'en-tête (2 lignes sautées), colonnes id,x,y,z,-,- ; 1 point lu"});
+    row("rows left aside",
+        {{"list", "--from", "csv", "bad-rows.csv"},
+         "1\t1000,000\t2000,000\t100,000\n5\t1004,000\t2004,000\t0,000\n"
+         "7\t1006,000\t2006,000\t106,000\n",
+         "« bad-rows.csv » : encodage UTF-8, séparateur virgule, décimale point, 1 ligne "
+         "d'en-tête, "
+         "colonnes id,x,y,z,- ; 3 points lus, 6 lignes laissées de côté & "
+         "« bad-rows.csv » : ligne 3 : X manquant & "
+         "« bad-rows.csv » : ligne 4 : Y n'est pas un nombre : « abc » & "
+         "« bad-rows.csv » : ligne 5 : trop peu de colonnes (2 au lieu d'au moins 3) & "
+         "« bad-rows.csv » : ligne 8 : Z n'est pas un nombre : « 12x » & "
+         "« bad-rows.csv » : ligne 10 : X n'est pas un nombre : « inf » & "
+         "« bad-rows.csv » : ligne 11 : Y n'est pas un nombre : « 2 010,5 »"});
+    QString many = QStringLiteral("« many-bad-rows.csv » : encodage UTF-8, séparateur virgule, "
+                                  "décimale point, 1 ligne d'en-tête, colonnes id,x,y,z ; 13 "
+                                  "points lus, 14 lignes laissées de côté");
+    for (int line = 2; line <= 20; line += 2)
+        many += QStringLiteral(" & « many-bad-rows.csv » : ligne %1 : X n'est pas un nombre : "
+                               "« abc »")
+                    .arg(line);
+    row("the first ten rows, then a count",
+        {{"list", "--from", "csv", "many-bad-rows.csv"},
+         {},
+         many + " & « many-bad-rows.csv » : et 4 autres lignes laissées de côté"});
+    row("POINTs of a drawing",
+        {{"list", "--from", "dxf-points", "--set", "Num_Pt_Dxf=7", "r12-crlf.dxf"},
+         "7\t652100,125\t6862300,500\t35,750\n8\t652110,250\t6862310,125\t36,500\n"
+         "9\t-12,500\t0,000\t0,000\n",
+         "« r12-crlf.dxf » : 3 points lus"});
+}
+
+// Through the converter: the points and, on standard error, the layout, the
+// count and the rows left aside.
+void TestConverter::imported() {
+    QFETCH(Import, c);
+    c.args.last() = importSample(c.args.last());
+    const Run run = runCli(c.args, config_.path());
+    QCOMPARE(run.exitCode, 0);
+    if (!c.out.isNull())
+        QCOMPARE(QString::fromUtf8(run.out), c.out);
+    QStringList told;
+    for (const QString& line : items(c.err))
+        told << QStringLiteral("tovalin-cli : ") + line;
+    QCOMPARE(QString::fromUtf8(run.err).split(u'\n', Qt::SkipEmptyParts), told);
+}
+
+// Every sample, converted to DXF from the importer, holds the points the
+// open path reads from it, as the DXF writer writes them.
+void TestConverter::everySampleAsTheOpenPathReads() {
+    const QStringList samples =
+        QDir(importSample(QString())).entryList({"*.csv", "*.txt", "*.dxf"}, QDir::Files);
+    QVERIFY(samples.size() >= 18);
+    for (const QString& sample : samples) {
+        const bool drawing = sample.endsWith(QStringLiteral(".dxf"));
+        if (sample == u"no-point.dxf")
+            continue;
+        const QString output = dir_.filePath(sample + QStringLiteral(".out.dxf"));
+        const Run run = runCli({"convert", "--from", drawing ? "dxf-points" : "csv",
+                                importSample(sample), "-o", output},
+                               config_.path());
+        QVERIFY2(run.exitCode == 0, run.err.constData());
+
+        Program program(QStringLiteral("fr_FR.UTF-8"), {}, {});
+        OpenFile(program.context, importSample(sample), sample,
+                 drawing ? FileFormat::DxfPoints : FileFormat::Csv);
+        const QString saved = dir_.filePath(sample + QStringLiteral(".saved.dxf"));
+        program.files.choose(saved, 2);
+        program.boxes.answerInput(QStringLiteral("1"));
+        SaveCommand(program.context);
+        QVERIFY2(program.state.PointCount > 0, qPrintable(sample));
+        QVERIFY2(readBytes(output) == readBytes(saved), qPrintable(sample));
+    }
 }
 
 void TestConverter::settingsFileIsReadNeverWritten() {
