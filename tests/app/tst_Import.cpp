@@ -12,7 +12,7 @@ using namespace platform;
 namespace {
 
 struct Import {
-    QString file;      // in tests/data/import
+    QString files;     // in tests/data/import, shown in turn
     QStringList steps; // "CONTROL KEYS" typed into a control, "Ok [Y|N|C]", "Annuler"
     bool listed;       // a point A is listed before
     QString count;     // the window's count of the whole file
@@ -20,6 +20,7 @@ struct Import {
     QString points;    // the store at the end
     QString label;     // the main window's count label at the end
     bool stillOpen;
+    QString boxes = {}; // error reports shown
 };
 
 } // namespace
@@ -114,6 +115,26 @@ void TestImport::importWindow_data() {
                                     a + " & " + codigo,
                                     "Nombre de points : 2",
                                     false});
+    // One window after the other; an unreadable file is reported and passed over.
+    row("two files in turn",
+        {"header-codigo.csv point-northing-easting.csv",
+         {"Ok", "Ok Y"},
+         false,
+         twoRead,
+         "",
+         codigo + " & 1000|3000.5|5000.125|250.25 & 1001|3010.25|5010.875|251.5",
+         "Nombre de points : 3",
+         false});
+    row("unreadable file",
+        {"missing.csv header-codigo.csv",
+         {"Ok"},
+         false,
+         twoRead,
+         "",
+         codigo,
+         "Nombre de points : 1",
+         false,
+         "Tovalin: Erreur d'exécution '53' :\n\nFichier introuvable [critical ok]"});
 }
 
 void TestImport::importWindow() {
@@ -122,8 +143,12 @@ void TestImport::importWindow() {
     WindowFixture f(c.listed ? std::vector<PointRecord>{{1, 2, 3, QStringLiteral("A")}}
                              : std::vector<PointRecord>{});
     f.window.show();
-    const QString fileName = QStringLiteral(TOVALIN_TEST_DATA "/import/") + c.file;
-    ShowImportWindows(f.window, {fileName});
+    QStringList fileNames;
+    for (const QString& name : c.files.split(u' '))
+        fileNames << QStringLiteral(TOVALIN_TEST_DATA "/import/") + name;
+    if (!c.boxes.isEmpty())
+        f.boxes.answerMessage(MsgAnswer::Ok);
+    ShowImportWindows(f.window, fileNames);
     QPointer<QDialog> window = child<QDialog>(&f.window, "frmImport");
     QVERIFY(window);
     QCOMPARE(window->windowTitle(), QStringLiteral("Importer un relevé"));
@@ -139,6 +164,7 @@ void TestImport::importWindow() {
         rejected = rows.join(QStringLiteral(" / "));
     };
     for (const QString& step : c.steps) {
+        QVERIFY2(window, qPrintable(step));
         const QStringList words = step.split(u' ');
         if (words[0] == QLatin1String("Ok") || words[0] == QLatin1String("Annuler"))
             look();
@@ -160,19 +186,28 @@ void TestImport::importWindow() {
             QTest::keyClicks(combo, words[1]);
         }
         QCoreApplication::processEvents();
+        // A closed window makes way for the next file's.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        if (!window)
+            window = child<QDialog>(&f.window, "frmImport");
     }
     if (window)
         look();
     QCOMPARE(count, c.count);
     QCOMPARE(rejected, c.rejected);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QCOMPARE(!window.isNull(), c.stillOpen);
 
     QCOMPARE(PointsAsText(f.state).join(QStringLiteral(" & ")), c.points);
     QCOMPARE(gridColumn(f.state, 0), storedNames(f.state));
     QCOMPARE(f.countLabel(), c.label);
     const bool added = !c.stillOpen && c.steps.last().startsWith(QLatin1String("Ok"));
-    QCOMPARE(f.state.CurrentFileName, added ? fileName : QString());
+    QCOMPARE(f.state.CurrentFileName, added ? fileNames.last() : QString());
+    QStringList boxes = shownBoxes(f.boxes).filter(QStringLiteral("Tovalin: "));
+    QCOMPARE(boxes.join(QStringLiteral(" / ")), c.boxes);
+    if (c.steps.last().startsWith(QLatin1String("Ok ")))
+        QCOMPARE(shownBoxes(f.boxes).last(),
+                 QStringLiteral("Ajout de fichier: Voulez vous ajouter le fichier à ouvrir ? "
+                                "[none yesnocancel]"));
     QCOMPARE(f.boxes.unusedAnswers(), 0u);
     QCOMPARE(f.boxes.unexpectedBoxes(), 0);
 }
