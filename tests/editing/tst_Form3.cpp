@@ -117,6 +117,10 @@ void TestForm3::editPoint_data() {
     // "." as ",", and a refused character is taken back at once.
     row("enter fr", {true, "ent_pt", "P.1|12.5|1a2|ab", "P.1|12,5|12|", "P.1|12.5|12|0",
                      "P.1|12,500|12,000|0,000", QStringList(3, badCoordinate)});
+    // A second comma is refused as it is typed; one at the end is not.
+    row("enter fr commas",
+        {true, "ent_pt", "Q|1,2,3|12,5,|12,5", "Q|1,23|12,5|12,5", "Q|1.23|12.5|12.5",
+         "Q|1,230|12,500|12,500", QStringList(2, badCoordinate)});
     // An identifier already listed is accepted without a word.
     row("enter identifier in use", {true, "ent_pt", "A|1,23456|7,|-", "A|1,23456|7,|-",
                                     "A|1.23456|7|0", "A|1,235|7,000|0,000"});
