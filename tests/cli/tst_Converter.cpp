@@ -424,6 +424,10 @@ void TestConverter::droppedLines_data() {
         << QByteArray("x\r1,2,3\ry\r\nz") << "« in.xyz » : 3 lignes sans point, laissées de côté"
         << false;
     QTest::newRow("empty") << QByteArray("") << "« in.xyz » n'a donné aucun point" << false;
+    QTest::newRow("a drawing: nothing to report")
+        << QByteArray("0\r\nSECTION\r\n2\r\nENTITIES\r\n0\r\nPOINT\r\n8\r\n0\r\n10\r\n1\r\n"
+                      "20\r\n2\r\n30\r\n3\r\n0\r\nENDSEC\r\n0\r\nEOF\r\n")
+        << QString() << false;
     QTest::newRow("wrong separator")
         << QByteArray("1;2;3\r\n4;5;6\r\n") << "« in.xyz » n'a donné aucun point" << false;
     // Files that other programs write, which the importer reads.
@@ -452,7 +456,11 @@ void TestConverter::droppedLines() {
     } else {
         writeBytes(in, file);
     }
-    const Run run = runCli({"list", in}, config_.path(), QStringLiteral("fr_FR.UTF-8"),
+    // A drawing's many lines are no points to report: only XYZ lines are counted.
+    const QStringList arguments = file.startsWith("0\r\nSECTION")
+                                      ? QStringList{"list", "--from", "dxf", in}
+                                      : QStringList{"list", in};
+    const Run run = runCli(arguments, config_.path(), QStringLiteral("fr_FR.UTF-8"),
                            QDir::currentPath(), 20000);
     if (feeder.joinable())
         feeder.join();
