@@ -53,17 +53,6 @@ bool isCode10(const Field& field) {
     return TrimSpaces(QStringView(text)) == u"10";
 }
 
-// A coordinate goes through the regional format with three decimals, then
-// back with "." as decimal point. That rounds it to three decimals; a text
-// the regional format cannot read (a quoted "1.5" under a comma locale)
-// comes back as it was and keeps all its decimals.
-double coordinate(const Field& field) {
-    static const QString pattern = QStringLiteral("##.000");
-    const QString formatted =
-        field.isNumber() ? Format(field.number(), pattern) : Format(field.text(), pattern);
-    return Val(CommaToPoint(formatted));
-}
-
 // The same decision on the field's bytes, without making it a Field, for the
 // millions of fields of a large file; a field it cannot settle goes to
 // isCode10. A quoted field is its text: "10" once blanks are trimmed. An
@@ -100,11 +89,14 @@ bool isCode10(const RawField& raw) {
         while (i < n && b[i] >= '0' && b[i] <= '9')
             ++i;
     }
+    // An exponent: read it. A number beyond the double range stays a text,
+    // which is not "10" either.
+    double number = 0;
     if (i < n && (b[i] == 'e' || b[i] == 'E'))
-        return isCode10(FieldReader::fieldOf(raw)); // an exponent: read it
+        return FieldReader::numberOf(raw, number) && isCode10(Field(number));
     if (i != n)
         return false; // a text
-    return nineOrTen && isCode10(FieldReader::fieldOf(raw));
+    return nineOrTen && FieldReader::numberOf(raw, number) && isCode10(Field(number));
 }
 
 // A coordinate as the files mostly write it: digits with at most three
@@ -140,24 +132,28 @@ bool plainThreeDecimals(const RawField& raw) {
     return significant > 0 && significant <= 15;
 }
 
-// coordinate() for the usual field, a number written the invariant way: the
-// same formatting and reading, in a buffer instead of QStrings, or none at
-// all where it cannot change the number.
+// A coordinate goes through the regional format with three decimals, then
+// back with "." as decimal point. That rounds it to three decimals; a text
+// the regional format cannot read (a quoted "1.5" under a comma locale)
+// comes back as it was and keeps all its decimals. Worked out on the field's
+// bytes, in a buffer, so that a field of any length costs no copy of it.
 class CoordinateReader {
 public:
     CoordinateReader()
-        : pattern_(QStringLiteral("##.000"), NumberFormat::current()),
-          pointOrComma_(NumberFormat::current().decimal == u'.' ||
-                        NumberFormat::current().decimal == u',') {}
+        : format_(NumberFormat::current()), pattern_(QStringLiteral("##.000"), format_),
+          pointOrComma_(format_.decimal == u'.' || format_.decimal == u',') {}
 
     double operator()(const RawField& raw) {
+        // The usual field: nothing to do where the formatting cannot change
+        // the number.
         if (pointOrComma_ && plainThreeDecimals(raw))
             return Val(QLatin1StringView(raw.text, raw.length));
-        const Field field = FieldReader::fieldOf(raw);
-        if (!field.isNumber())
-            return coordinate(field);
+        double number = 0;
+        if (!FieldReader::numberOf(raw, number) &&
+            !ReadLocaleNumberCp1252(raw.bytes(), format_, number))
+            return ValFirstCommaAsPoint(raw.bytes()); // the text unchanged
         text_.clear();
-        pattern_.append(text_, field.number());
+        pattern_.append(text_, number);
         // CommaToPoint: the first comma only.
         for (char16_t& c : text_) {
             if (c == u',') {
@@ -169,6 +165,7 @@ public:
     }
 
 private:
+    NumberFormat format_;
     NumberPattern pattern_;
     bool pointOrComma_;
     TextBuffer text_;
@@ -177,6 +174,8 @@ private:
 // Points scanned before their coordinates are worked out: enough to share
 // out, few enough for the progress to be told often.
 constexpr std::size_t kBatchPoints = 1 << 15;
+// Longer than any coordinate a program writes.
+constexpr qsizetype kLongField = 4096;
 
 } // namespace
 
@@ -203,11 +202,17 @@ void ReadDxfFile(CommandContext& context, const QString& path, qsizetype bufferB
     // coordinates are then worked out side by side, and the points taken
     // into the store in order, each as the scan met it.
     // The reader's fields last only until its next read: those of a batch
-    // are kept in a byte store of its own until their points are made.
+    // are kept in a byte store of its own until their points are made. A
+    // field too long to be a plain coordinate (a quote left open runs to the
+    // end of the file) is worked out at once instead, so that it is never
+    // held twice; its outcome waits with the others.
     struct KeptField {
         std::size_t offset = 0;
         qsizetype length = 0;
         bool quoted = false;
+        bool worked = false;
+        double value = 0;
+        std::exception_ptr error;
     };
     struct Pending {
         KeptField x, y, z;
@@ -216,13 +221,23 @@ void ReadDxfFile(CommandContext& context, const QString& path, qsizetype bufferB
     };
     std::vector<Pending> batch;
     std::vector<char> kept;
-    const auto keep = [&kept](const RawField& raw) {
-        const KeptField field{kept.size(), raw.length, raw.quoted};
+    CoordinateReader longFieldOf;
+    const auto keep = [&kept, &longFieldOf](const RawField& raw) {
+        KeptField field;
+        field.offset = kept.size();
+        field.length = raw.length;
+        field.quoted = raw.quoted;
+        if (raw.length > kLongField) {
+            field.worked = true;
+            try {
+                field.value = longFieldOf(raw);
+            } catch (const RuntimeError&) {
+                field.error = std::current_exception();
+            }
+            return field;
+        }
         kept.insert(kept.end(), raw.text, raw.text + raw.length);
         return field;
-    };
-    const auto rawOf = [&kept](const KeptField& field) {
-        return RawField{kept.data() + field.offset, field.length, field.quoted};
     };
     TextArena names;
     const NumberFormat format = NumberFormat::current();
@@ -253,12 +268,20 @@ void ReadDxfFile(CommandContext& context, const QString& path, qsizetype bufferB
         const std::size_t parts = PartsFor(batch.size(), 4096);
         ForEachPart(batch.size(), parts, [&](std::size_t, std::size_t begin, std::size_t end) {
             CoordinateReader coordinateOf;
+            const auto valueOf = [&](const KeptField& field) {
+                if (!field.worked)
+                    return coordinateOf(
+                        RawField{kept.data() + field.offset, field.length, field.quoted});
+                if (field.error)
+                    std::rethrow_exception(field.error);
+                return field.value;
+            };
             for (std::size_t i = begin; i < end; ++i) {
                 Pending& pending = batch[i];
                 try {
-                    pending.point.X = coordinateOf(rawOf(pending.x));
-                    pending.point.Y = coordinateOf(rawOf(pending.y));
-                    pending.point.Z = coordinateOf(rawOf(pending.z));
+                    pending.point.X = valueOf(pending.x);
+                    pending.point.Y = valueOf(pending.y);
+                    pending.point.Z = valueOf(pending.z);
                 } catch (const RuntimeError&) {
                     pending.error = std::current_exception();
                 }

@@ -17,10 +17,6 @@ void CellSplitter::split(QByteArrayView line, char separator) {
     unquoted_.clear();
     const char* const text = line.data();
     const qsizetype n = line.size();
-    // Room for every quoted cell of the line at once: the views into it must
-    // not move.
-    if (unquoted_.capacity() < std::size_t(n))
-        unquoted_.reserve(std::size_t(n));
     const bool blanks = separator == ' ';
     // Blanks around a cell; a tab is a separator, never a blank, when it separates.
     const auto skippable = [separator](char c) {
@@ -34,8 +30,27 @@ void CellSplitter::split(QByteArrayView line, char separator) {
             return;
         qsizetype next; // where the cell's separator is (n: none)
         if (i < n && text[i] == '"') {
+            // Most quoted cells hold no doubled quote: they are looked at
+            // where they stand, and a long one is never copied.
+            const char* close =
+                static_cast<const char*>(std::memchr(text + i + 1, '"', std::size_t(n - i - 1)));
+            qsizetype k = close ? close - text : n;
+            if (k + 1 >= n || text[k + 1] != '"') {
+                cells_.emplace_back(text + i + 1, k - i - 1);
+                next = k < n ? k + 1 : n;
+                while (next < n && !(blanks ? isBlank(text[next]) : text[next] == separator))
+                    ++next;
+                if (next >= n)
+                    return;
+                i = next + 1;
+                continue;
+            }
+            // Room for every quoted cell of the line at once: the views into
+            // it must not move.
+            if (unquoted_.capacity() < std::size_t(n))
+                unquoted_.reserve(std::size_t(n));
             const std::size_t from = unquoted_.size();
-            qsizetype k = i + 1;
+            k = i + 1;
             while (k < n) {
                 if (text[k] == '"') {
                     if (k + 1 < n && text[k + 1] == '"') {

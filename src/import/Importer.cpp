@@ -45,7 +45,12 @@ int numericCells(const CellSplitter& cells, char decimal) {
 
 // A column name as written by hand: quotes gone, accents and case folded,
 // a unit in brackets dropped, and only letters and digits kept.
+constexpr qsizetype kLongestName = 1024;
 QString foldedName(QByteArrayView cell) {
+    // No column is named at such length; a cell running over most of the
+    // file is not made a text for nothing.
+    if (cell.size() > kLongestName)
+        return QString();
     QString name = QString::fromUtf8(cell).trimmed();
     const qsizetype bracket = name.indexOf(u'(');
     if (bracket > 0)
@@ -274,8 +279,20 @@ struct Columns {
     }
 };
 
+// A cell as a reason shows it; a long one is cut, at a character's start,
+// so that a row of millions of bytes gives a reason of one line.
 QString quoted(QByteArrayView cell) {
-    return QStringLiteral("« ") + QString::fromUtf8(cell) + QStringLiteral(" »");
+    constexpr qsizetype kShown = 60;
+    QString shown;
+    if (cell.size() > kShown) {
+        qsizetype cut = kShown;
+        while (cut > 0 && (static_cast<unsigned char>(cell[cut]) & 0xC0) == 0x80)
+            --cut;
+        shown = QString::fromUtf8(cell.first(cut)) + QStringLiteral("…");
+    } else {
+        shown = QString::fromUtf8(cell);
+    }
+    return QStringLiteral("« ") + shown + QStringLiteral(" »");
 }
 
 // A row's name as written, from UTF-8; plain ASCII names are carved out of

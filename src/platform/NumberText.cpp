@@ -1,6 +1,7 @@
 #include "platform/NumberText.h"
 
 #include "platform/RuntimeError.h"
+#include "platform/TextFile.h"
 
 #include <QLocale>
 #include <QVarLengthArray>
@@ -8,6 +9,7 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <system_error>
@@ -620,87 +622,96 @@ namespace {
 // ---------------------------------------------------------------------------
 // Text to number
 
-// The number gathered as ASCII for std::from_chars: a stack buffer that moves
-// to the heap only for unusually long texts, since the readers call this for
-// every coordinate of files of millions of points.
+// The number gathered for std::from_chars, pushed as its callers spell it: an
+// optional '-', digits with at most one '.', then optionally 'e', an optional
+// '-' and digits. Only what decides the double is kept, so that a text of any
+// length costs a few hundred bytes of stack: the first kKeptDigits
+// significant digits, whether a digit after them is not zero, and the
+// decimal exponent. Past 767 significant digits no digit can change the
+// rounding of a double other than by not being zero, which one digit 1
+// appended in their place stands for.
 class AsciiNumber {
 public:
     void push(char c) {
-        if (!spilled_) {
-            if (size_ < sizeof local_) {
-                local_[size_++] = c;
-                return;
-            }
-            heap_.assign(local_, size_);
-            spilled_ = true;
+        if (c >= '0' && c <= '9') {
+            pushDigit(c);
+            return;
         }
-        heap_.push_back(c);
-        ++size_;
+        if (c == '-')
+            (inExponent_ ? exponentNegative_ : negative_) = true;
+        else if (c == '.')
+            afterPoint_ = true;
+        else if (c == 'e')
+            inExponent_ = true;
     }
-    const char* begin() const { return spilled_ ? heap_.data() : local_; }
-    const char* end() const { return begin() + size_; }
+
+    // from_chars' result for the text; false when it is out of range, with
+    // overflow telling an overflow from an underflow.
+    template <typename Real> std::from_chars_result read(Real& value, bool& overflow) const {
+        char text[kKeptDigits + 32];
+        char* p = text;
+        if (negative_)
+            *p++ = '-';
+        *p++ = '0';
+        const long long exponent = decimalExponent();
+        if (count_ > 0) {
+            *p++ = '.';
+            std::memcpy(p, digits_, std::size_t(count_));
+            p += count_;
+            if (sticky_)
+                *p++ = '1';
+            *p++ = 'e';
+            p = std::to_chars(p, text + sizeof text, exponent).ptr;
+        }
+        // 0.d... x 10^exponent: its first digit stands at 10^(exponent - 1).
+        overflow = count_ > 0 && exponent - 1 > 0;
+        return std::from_chars(text, p, value);
+    }
 
 private:
-    char local_[96];
-    std::string heap_;
-    std::size_t size_ = 0;
-    bool spilled_ = false;
+    static constexpr int kKeptDigits = 800;
+    // Far past any double's range, and far from long long's.
+    static constexpr long long kExponentCap = 1000000000000LL;
+
+    void pushDigit(char c) {
+        if (inExponent_) {
+            exponent_ = std::min(exponent_ * 10 + (c - '0'), kExponentCap);
+        } else if (count_ == 0 && c == '0') {
+            if (afterPoint_)
+                --scale_; // a zero before the first significant digit
+        } else {
+            if (!afterPoint_)
+                ++scale_;
+            if (count_ < kKeptDigits)
+                digits_[count_++] = c;
+            else if (c != '0')
+                sticky_ = true;
+        }
+    }
+    long long decimalExponent() const {
+        const long long exponent = scale_ + (exponentNegative_ ? -exponent_ : exponent_);
+        return std::clamp(exponent, -100000LL, 100000LL);
+    }
+
+    char digits_[kKeptDigits];
+    int count_ = 0;
+    long long scale_ = 0; // the value is 0.digits x 10^(scale_ + exponent)
+    long long exponent_ = 0;
+    bool negative_ = false;
+    bool exponentNegative_ = false;
+    bool afterPoint_ = false;
+    bool inExponent_ = false;
+    bool sticky_ = false;
 };
 
 enum class Conversion { Ok, Mismatch, Overflow };
 
-// Decimal order of magnitude of the gathered text (mantissa digits and
-// exponent), enough to tell an overflow from an underflow.
-bool aboveOne(const char* p, const char* end) {
-    if (p != end && *p == '-')
-        ++p;
-    long long magnitude = 0;
-    bool found = false;
-    long long integerDigits = 0;
-    for (; p != end && *p >= '0' && *p <= '9'; ++p) {
-        if (found || *p != '0') {
-            found = true;
-            ++integerDigits;
-        }
-    }
-    if (found) {
-        magnitude = integerDigits - 1;
-    }
-    if (p != end && *p == '.') {
-        ++p;
-        long long zeros = 0;
-        for (; p != end && *p >= '0' && *p <= '9'; ++p) {
-            if (!found) {
-                if (*p == '0') {
-                    ++zeros;
-                } else {
-                    found = true;
-                    magnitude = -zeros - 1;
-                }
-            }
-        }
-    }
-    long long exponent = 0;
-    if (p != end && *p == 'e') {
-        ++p;
-        const bool negative = p != end && *p == '-';
-        if (negative)
-            ++p;
-        for (; p != end; ++p) {
-            if (exponent < 1000000000LL)
-                exponent = exponent * 10 + (*p - '0');
-        }
-        if (negative)
-            exponent = -exponent;
-    }
-    return magnitude + exponent > 0;
-}
-
 // Converts the gathered text; an underflow gives 0.
 template <typename Real> Conversion convert(const AsciiNumber& text, Real& value) {
-    const auto result = std::from_chars(text.begin(), text.end(), value);
+    bool overflow = false;
+    const auto result = text.read(value, overflow);
     if (result.ec == std::errc::result_out_of_range) {
-        if (aboveOne(text.begin(), text.end()))
+        if (overflow)
             return Conversion::Overflow;
         value = 0;
         return Conversion::Ok;
@@ -716,14 +727,16 @@ inline bool isDigit(char16_t c) {
 
 // The locale-aware reading, without raising: the text is gathered for
 // from_chars, or found to be no number.
-bool gatherLocaleNumber(QStringView text, const NumberFormat& fmt, AsciiNumber& out) {
+// Text is anything that gives the UTF-16 unit at an index: the units of a
+// QString, or the bytes of a file decoded one at a time.
+template <typename Text>
+bool gatherLocaleNumber(const Text& s, qsizetype n, const NumberFormat& fmt, AsciiNumber& out) {
     qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && text[begin] == u' ')
+    qsizetype end = n;
+    while (begin < end && s[begin] == u' ')
         ++begin;
-    while (end > begin && text[end - 1] == u' ')
+    while (end > begin && s[end - 1] == u' ')
         --end;
-    const char16_t* s = text.utf16();
     qsizetype i = begin;
 
     const char16_t decimal = fmt.decimal.unicode();
@@ -786,10 +799,25 @@ template <typename Real>
 Conversion readLocaleNumber(QStringView text, Real& value,
                             const NumberFormat& fmt = NumberFormat::current()) {
     AsciiNumber gathered;
-    if (!gatherLocaleNumber(text, fmt, gathered))
+    if (!gatherLocaleNumber(text.utf16(), text.size(), fmt, gathered))
         return Conversion::Mismatch;
     return convert(gathered, value);
 }
+
+// Bytes of a file, each decoded as it is looked at: a long text is never
+// copied.
+struct Cp1252Units {
+    const char* bytes;
+    char16_t operator[](qsizetype i) const { return DecodeCp1252Byte(bytes[i]).unicode(); }
+};
+
+// Bytes with the first comma read as a point, as CommaToPoint would leave
+// them, without the copy.
+struct FirstCommaAsPoint {
+    const unsigned char* bytes;
+    qsizetype comma; // -1 without one
+    unsigned char operator[](qsizetype i) const { return i == comma ? '.' : bytes[i]; }
+};
 
 void raise(Conversion conversion) {
     if (conversion == Conversion::Mismatch)
@@ -814,7 +842,7 @@ template <typename Int> Int roundHalfEven(double value) {
 // The text as the files usually hold it: a sign, digits and at most one point,
 // nothing else, and short enough to stay in range. The value is what the
 // general reading gives (which only adds a leading zero).
-template <typename Char> bool plainNumber(const Char* s, qsizetype n, double& value) {
+template <typename Text> bool plainNumber(const Text& s, qsizetype n, double& value) {
     if (n == 0 || n > 40)
         return false;
     const bool negative = s[0] == '-';
@@ -866,7 +894,7 @@ template <typename Char> bool plainNumber(const Char* s, qsizetype n, double& va
 }
 
 // Val over UTF-16 units or single bytes: only ASCII characters take part.
-template <typename Char> double leadingNumber(const Char* s, qsizetype n) {
+template <typename Text> double leadingNumber(const Text& s, qsizetype n) {
     if (double plain = 0; plainNumber(s, n, plain))
         return plain;
     qsizetype i = 0;
@@ -1107,9 +1135,24 @@ bool IsPlainWholeNumber(QByteArrayView text) {
 
 bool ReadLocaleNumber(QStringView text, const NumberFormat& fmt, double& value) {
     AsciiNumber gathered;
-    if (!gatherLocaleNumber(text, fmt, gathered))
+    if (!gatherLocaleNumber(text.utf16(), text.size(), fmt, gathered))
         return false;
     return convert(gathered, value) == Conversion::Ok;
+}
+
+bool ReadLocaleNumberCp1252(QByteArrayView bytes, const NumberFormat& fmt, double& value) {
+    AsciiNumber gathered;
+    if (!gatherLocaleNumber(Cp1252Units{bytes.data()}, bytes.size(), fmt, gathered))
+        return false;
+    return convert(gathered, value) == Conversion::Ok;
+}
+
+double ValFirstCommaAsPoint(QByteArrayView bytes) {
+    const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+    const void* comma =
+        bytes.isEmpty() ? nullptr : std::memchr(data, ',', std::size_t(bytes.size()));
+    const qsizetype at = comma ? static_cast<const unsigned char*>(comma) - data : -1;
+    return leadingNumber(FirstCommaAsPoint{data, at}, bytes.size());
 }
 
 bool IsNumeric(QStringView text) {

@@ -141,6 +141,10 @@ bool IsNumeric(QStringView text);
 // The locale-aware conversion under the given format, without raising: false
 // where CDbl would raise (no number, or out of range).
 bool ReadLocaleNumber(QStringView text, const NumberFormat& fmt, double& value);
+// The same over Windows-1252 bytes as a file holds them, decoded one at a time.
+bool ReadLocaleNumberCp1252(QByteArrayView bytes, const NumberFormat& fmt, double& value);
+// Val(CommaToPoint(text)) over Windows-1252 bytes, without copying them.
+double ValFirstCommaAsPoint(QByteArrayView bytes);
 
 // A number as other programs write it in their files, whatever the regional
 // format: an optional sign, digits with at most one decimal mark (the one

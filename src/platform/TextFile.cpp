@@ -625,14 +625,20 @@ RawField FieldReader::readFieldSlowly() {
     return field;
 }
 
-Field FieldReader::fieldOf(const RawField& raw) {
-    if (!raw.quoted && isInvariantNumber(raw.text, raw.length)) {
-        try {
-            return Field(Val(QLatin1StringView(raw.text, raw.length)));
-        } catch (const RuntimeError&) {
-            // beyond the double range: stays a text
-        }
+bool FieldReader::numberOf(const RawField& raw, double& number) {
+    if (raw.quoted || !isInvariantNumber(raw.text, raw.length))
+        return false;
+    try {
+        number = Val(QLatin1StringView(raw.text, raw.length));
+        return true;
+    } catch (const RuntimeError&) {
+        return false; // beyond the double range: stays a text
     }
+}
+
+Field FieldReader::fieldOf(const RawField& raw) {
+    if (double number = 0; numberOf(raw, number))
+        return Field(number);
     return Field(decodeRange(raw.text, raw.length));
 }
 

@@ -178,6 +178,8 @@ public:
         return RawField{d + start, end - start, false};
     }
     static Field fieldOf(const RawField& raw);
+    // True, with the number, when fieldOf would give a number.
+    static bool numberOf(const RawField& raw, double& number);
 
     // The file's size when it was opened, and how far it has been read.
     qint64 size() const { return size_; }

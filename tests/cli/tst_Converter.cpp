@@ -20,6 +20,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 using namespace testing;
 using namespace platform;
@@ -79,20 +80,24 @@ void feedPipe(const QString& path, const QByteArray& bytes) {
     ::close(fd);
 }
 
-// Runs "tovalin-cli list input" and gives the peak of its resident memory in
-// bytes (the process's own, through wait4), or -1.
+// Runs "tovalin-cli list input" (a CSV file through the importer) and gives
+// the peak of its resident memory in bytes (the process's own, through
+// wait4), or -1.
 qint64 peakMemoryOfList(const QString& input, const QString& configHome) {
     const QByteArray program = TOVALIN_BINARY_DIR "/bin/tovalin-cli";
     const QByteArray file = QFile::encodeName(input);
     const QByteArray config = "XDG_CONFIG_HOME=" + QFile::encodeName(configHome);
+    std::vector<const char*> args{program.constData(), "list"};
+    if (file.endsWith(".csv"))
+        args.insert(args.end(), {"--from", "csv"});
+    args.insert(args.end(), {file.constData(), nullptr});
     const pid_t child = ::fork();
     if (child == 0) {
         const int null = ::open("/dev/null", O_WRONLY);
         ::dup2(null, 1);
         ::dup2(null, 2);
-        const char* args[] = {program.constData(), "list", file.constData(), nullptr};
         const char* env[] = {config.constData(), "LC_ALL=fr_FR.UTF-8", nullptr};
-        ::execve(program.constData(), const_cast<char**>(args), const_cast<char**>(env));
+        ::execve(program.constData(), const_cast<char**>(args.data()), const_cast<char**>(env));
         ::_exit(127);
     }
     int status = 0;
@@ -688,6 +693,10 @@ void TestConverter::memoryBoundedByTheInput_data() {
     QTest::newRow("XYZ, one line") << QByteArray("P1,1,2,") << '7';
     QTest::newRow("DXF, quoted field before ENTITIES") << QByteArray("0\r\n\"") << 'A';
     QTest::newRow("DXF, unquoted field") << QByteArray("0\nSECTION\n2\nENTITIES\n") << 'B';
+    QTest::newRow("DXF, quoted elevation")
+        << QByteArray("0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\n2\n30\n\"") << '1';
+    QTest::newRow("CSV, one cell") << QByteArray("id,x,y,z\n1,2,3,") << '7';
+    QTest::newRow("CSV, quoted cell") << QByteArray("id,x,y,z\n1,2,3,\"") << '7';
 }
 
 void TestConverter::memoryBoundedByTheInput() {
@@ -695,8 +704,9 @@ void TestConverter::memoryBoundedByTheInput() {
     QFETCH(char, filler);
     constexpr qint64 kFill = qint64(300) << 20;
     QTemporaryDir work;
-    const QString input = work.filePath(
-        QString::fromLatin1(QTest::currentDataTag()).startsWith(u"XYZ") ? "big.xyz" : "big.dxf");
+    const QString input =
+        work.filePath(QStringLiteral("big.") +
+                      QString::fromLatin1(QTest::currentDataTag()).section(u',', 0, 0).toLower());
     {
         QFile file(input);
         QVERIFY(file.open(QIODevice::WriteOnly));
