@@ -622,38 +622,30 @@ namespace {
 // ---------------------------------------------------------------------------
 // Text to number
 
-// The number gathered for std::from_chars, pushed as its callers spell it: an
-// optional '-', digits with at most one '.', then optionally 'e', an optional
-// '-' and digits. Only what decides the double is kept, so that a text of any
-// length costs a few hundred bytes of stack: the first kKeptDigits
-// significant digits, whether a digit after them is not zero, and the
-// decimal exponent. Past 767 significant digits no digit can change the
-// rounding of a double other than by not being zero, which one digit 1
-// appended in their place stands for.
-class AsciiNumber {
+// A long number gathered for std::from_chars with only what decides the
+// double, so that a text of any length costs a few hundred bytes of stack:
+// the first kKeptDigits significant digits, whether a digit after them is
+// not zero, and the decimal exponent. Past 767 significant digits no digit
+// can change the rounding of a double other than by not being zero, which
+// one digit 1 appended in their place stands for.
+class LongNumber {
 public:
     void push(char c) {
-        if (c >= '0' && c <= '9') {
+        if (c >= '0' && c <= '9')
             pushDigit(c);
-            return;
-        }
-        if (c == '-')
+        else if (c == '-')
             (inExponent_ ? exponentNegative_ : negative_) = true;
         else if (c == '.')
             afterPoint_ = true;
         else if (c == 'e')
             inExponent_ = true;
     }
-
-    // from_chars' result for the text; false when it is out of range, with
-    // overflow telling an overflow from an underflow.
-    template <typename Real> std::from_chars_result read(Real& value, bool& overflow) const {
+    template <typename Real> std::from_chars_result read(Real& value) const {
         char text[kKeptDigits + 32];
         char* p = text;
         if (negative_)
             *p++ = '-';
         *p++ = '0';
-        const long long exponent = decimalExponent();
         if (count_ > 0) {
             *p++ = '.';
             std::memcpy(p, digits_, std::size_t(count_));
@@ -661,12 +653,12 @@ public:
             if (sticky_)
                 *p++ = '1';
             *p++ = 'e';
-            p = std::to_chars(p, text + sizeof text, exponent).ptr;
+            p = std::to_chars(p, text + sizeof text, decimalExponent()).ptr;
         }
-        // 0.d... x 10^exponent: its first digit stands at 10^(exponent - 1).
-        overflow = count_ > 0 && exponent - 1 > 0;
         return std::from_chars(text, p, value);
     }
+    // 0.d... x 10^exponent: its first digit stands at 10^(exponent - 1).
+    bool aboveOne() const { return count_ > 0 && decimalExponent() - 1 > 0; }
 
 private:
     static constexpr int kKeptDigits = 800;
@@ -695,7 +687,7 @@ private:
 
     char digits_[kKeptDigits];
     int count_ = 0;
-    long long scale_ = 0; // the value is 0.digits x 10^(scale_ + exponent)
+    long long scale_ = 0; // the value is 0.digits x 10^(scale_ + exponent_)
     long long exponent_ = 0;
     bool negative_ = false;
     bool exponentNegative_ = false;
@@ -704,14 +696,96 @@ private:
     bool sticky_ = false;
 };
 
+// Decimal order of magnitude of the gathered text (mantissa digits and
+// exponent), enough to tell an overflow from an underflow.
+bool textAboveOne(const char* p, const char* end) {
+    if (p != end && *p == '-')
+        ++p;
+    long long magnitude = 0;
+    bool found = false;
+    long long integerDigits = 0;
+    for (; p != end && *p >= '0' && *p <= '9'; ++p) {
+        if (found || *p != '0') {
+            found = true;
+            ++integerDigits;
+        }
+    }
+    if (found) {
+        magnitude = integerDigits - 1;
+    }
+    if (p != end && *p == '.') {
+        ++p;
+        long long zeros = 0;
+        for (; p != end && *p >= '0' && *p <= '9'; ++p) {
+            if (!found) {
+                if (*p == '0') {
+                    ++zeros;
+                } else {
+                    found = true;
+                    magnitude = -zeros - 1;
+                }
+            }
+        }
+    }
+    long long exponent = 0;
+    if (p != end && *p == 'e') {
+        ++p;
+        const bool negative = p != end && *p == '-';
+        if (negative)
+            ++p;
+        for (; p != end; ++p) {
+            if (exponent < 1000000000LL)
+                exponent = exponent * 10 + (*p - '0');
+        }
+        if (negative)
+            exponent = -exponent;
+    }
+    return magnitude + exponent > 0;
+}
+
+// The number gathered as ASCII for std::from_chars, pushed as its callers
+// spell it: an optional '-', digits with at most one '.', then optionally
+// 'e', an optional '-' and digits. The readers call this for every
+// coordinate of files of millions of points, so the usual text stays as it
+// is in a stack buffer; a longer one is read as a LongNumber.
+class AsciiNumber {
+public:
+    void push(char c) {
+        if (size_ < sizeof local_) [[likely]]
+            local_[size_++] = c;
+        else
+            pushLong(c);
+    }
+    template <typename Real> std::from_chars_result read(Real& value) const {
+        return isLong() ? long_.read(value) : std::from_chars(local_, local_ + size_, value);
+    }
+    bool aboveOne() const {
+        return isLong() ? long_.aboveOne() : textAboveOne(local_, local_ + size_);
+    }
+
+private:
+    bool isLong() const { return size_ > sizeof local_; }
+    [[gnu::noinline]] void pushLong(char c) {
+        if (size_ == sizeof local_) {
+            for (char k : local_)
+                long_.push(k);
+            ++size_;
+        }
+        long_.push(c);
+    }
+
+    char local_[96];
+    std::size_t size_ = 0;
+    LongNumber long_;
+};
+
 enum class Conversion { Ok, Mismatch, Overflow };
 
 // Converts the gathered text; an underflow gives 0.
 template <typename Real> Conversion convert(const AsciiNumber& text, Real& value) {
-    bool overflow = false;
-    const auto result = text.read(value, overflow);
+    const auto result = text.read(value);
     if (result.ec == std::errc::result_out_of_range) {
-        if (overflow)
+        if (text.aboveOne())
             return Conversion::Overflow;
         value = 0;
         return Conversion::Ok;
