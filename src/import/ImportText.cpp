@@ -6,6 +6,7 @@
 
 #include <QFileInfo>
 #include <QStringDecoder>
+#include <algorithm>
 #include <cstring>
 
 using namespace platform;
@@ -41,11 +42,42 @@ int utf16Without(const QByteArray& bytes) {
     return 0;
 }
 
-QByteArray utf16ToUtf8(QByteArrayView bytes, bool bigEndian) {
-    QStringDecoder decoder(bigEndian ? QStringDecoder::Utf16BE : QStringDecoder::Utf16LE,
-                           QStringDecoder::Flag::Stateless);
-    const QString text = decoder.decode(bytes);
-    return text.toUtf8();
+// The UTF-8 of the bytes from the offset on, decoded a stretch at a time;
+// each stretch done is given back to the system, so a large file is never
+// held beside its whole conversion. The bytes are spent. The room is
+// reserved first, at most what the conversion may take, so that the text is
+// never moved as it grows.
+template <typename Decode>
+QByteArray toUtf8InStretches(QByteArray& bytes, qsizetype from, qsizetype most, Decode decode) {
+    constexpr qsizetype kStretch = qsizetype(1) << 20; // even: UTF-16 units stay whole
+    QByteArray utf8;
+    utf8.reserve(most);
+    char* const data = bytes.data();
+    for (qsizetype at = from; at < bytes.size(); at += kStretch) {
+        const qsizetype length = std::min(kStretch, bytes.size() - at);
+        const QString text = decode(QByteArrayView(data + at, length));
+        utf8.append(text.toUtf8());
+        ReleaseDoneBytes(data + at, std::size_t(length));
+    }
+    bytes = QByteArray();
+    return utf8;
+}
+
+QByteArray utf16ToUtf8(QByteArray& bytes, qsizetype from, bool bigEndian) {
+    // Stateful: a surrogate pair may straddle two stretches.
+    QStringDecoder decoder(bigEndian ? QStringDecoder::Utf16BE : QStringDecoder::Utf16LE);
+    const bool oddByte = (bytes.size() - from) % 2 != 0;
+    // A unit takes one byte in UTF-8 when ASCII, at most three otherwise.
+    qsizetype most = 3;
+    const auto* units = reinterpret_cast<const unsigned char*>(bytes.constData());
+    for (qsizetype i = from; i + 1 < bytes.size(); i += 2)
+        most +=
+            units[i + (bigEndian ? 0 : 1)] == 0 && units[i + (bigEndian ? 1 : 0)] < 0x80 ? 1 : 3;
+    QByteArray utf8 = toUtf8InStretches(bytes, from, most,
+                                        [&decoder](QByteArrayView part) { return decoder(part); });
+    if (oddByte)
+        utf8.append("\xEF\xBF\xBD"); // a last byte alone, as a whole decoding shows it
+    return utf8;
 }
 
 } // namespace
@@ -69,19 +101,24 @@ ImportText ImportText::fromBytes(QByteArray bytes) {
         text.utf8_ = std::move(bytes);
     } else if (startsWith(bytes, "\xFF\xFE", 2)) {
         text.encoding_ = QStringLiteral("UTF-16LE");
-        text.utf8_ = utf16ToUtf8(QByteArrayView(bytes).sliced(2), false);
+        text.utf8_ = utf16ToUtf8(bytes, 2, false);
     } else if (startsWith(bytes, "\xFE\xFF", 2)) {
         text.encoding_ = QStringLiteral("UTF-16BE");
-        text.utf8_ = utf16ToUtf8(QByteArrayView(bytes).sliced(2), true);
+        text.utf8_ = utf16ToUtf8(bytes, 2, true);
     } else if (const int utf16 = utf16Without(bytes)) {
         text.encoding_ = utf16 == 1 ? QStringLiteral("UTF-16LE") : QStringLiteral("UTF-16BE");
-        text.utf8_ = utf16ToUtf8(bytes, utf16 == 2);
+        text.utf8_ = utf16ToUtf8(bytes, 0, utf16 == 2);
     } else if (bytes.isValidUtf8()) {
         text.encoding_ = QStringLiteral("UTF-8");
         text.utf8_ = std::move(bytes);
     } else {
         text.encoding_ = QStringLiteral("Windows-1252");
-        text.utf8_ = DecodeCp1252(bytes).toUtf8();
+        // A byte above 127 takes two or three bytes in UTF-8.
+        qsizetype most = bytes.size();
+        for (const char c : std::as_const(bytes))
+            most += static_cast<unsigned char>(c) >= 0x80 ? 2 : 0;
+        text.utf8_ = toUtf8InStretches(bytes, 0, most,
+                                       [](QByteArrayView part) { return DecodeCp1252(part); });
     }
     if (text.utf8_.size() > kMostTextBytes)
         throw RuntimeError(RuntimeError::Overflow);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <sys/mman.h>
+#include <unistd.h>
 
 namespace platform {
 
@@ -18,6 +19,15 @@ void AdviseLargeBuffer(void* begin, std::size_t size) {
     (void)begin;
     (void)size;
 #endif
+}
+
+void ReleaseDoneBytes(void* begin, std::size_t size) {
+    const auto page = std::uintptr_t(::sysconf(_SC_PAGESIZE));
+    const auto start = reinterpret_cast<std::uintptr_t>(begin);
+    const std::uintptr_t first = (start + page - 1) & ~(page - 1);
+    const std::uintptr_t last = (start + size) & ~(page - 1);
+    if (last > first)
+        ::madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
 }
 
 } // namespace platform

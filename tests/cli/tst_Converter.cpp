@@ -697,6 +697,7 @@ void TestConverter::memoryBoundedByTheInput_data() {
         << QByteArray("0\nSECTION\n2\nENTITIES\n0\nPOINT\n10\n1\n20\n2\n30\n\"") << '1';
     QTest::newRow("CSV, one cell") << QByteArray("id,x,y,z\n1,2,3,") << '7';
     QTest::newRow("CSV, quoted cell") << QByteArray("id,x,y,z\n1,2,3,\"") << '7';
+    QTest::newRow("CSV, Windows-1252") << QByteArray("id,x,y,z\n\xe9,2,3,") << '7';
 }
 
 void TestConverter::memoryBoundedByTheInput() {
