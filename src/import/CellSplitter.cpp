@@ -23,7 +23,9 @@ void CellSplitter::split(QByteArrayView line, char separator) {
         return c == ' ' || (c == '\t' && separator != '\t');
     };
     qsizetype i = 0;
-    for (;;) {
+    // Past the most columns a file holds, the rest of the line is not looked
+    // at: a line of millions of cells costs no more than its first ones.
+    while (cells_.size() < std::size_t(kMostCells)) {
         while (i < n && skippable(text[i]))
             ++i;
         if (blanks && i >= n)
@@ -32,9 +34,10 @@ void CellSplitter::split(QByteArrayView line, char separator) {
         if (i < n && text[i] == '"') {
             // Most quoted cells hold no doubled quote: they are looked at
             // where they stand, and a long one is never copied.
-            const char* close =
-                static_cast<const char*>(std::memchr(text + i + 1, '"', std::size_t(n - i - 1)));
-            qsizetype k = close ? close - text : n;
+            const qsizetype rest = n - (i + 1);
+            const void* close =
+                rest > 0 ? std::memchr(text + i + 1, '"', std::size_t(rest)) : nullptr;
+            qsizetype k = close ? static_cast<const char*>(close) - text : n;
             if (k + 1 >= n || text[k + 1] != '"') {
                 cells_.emplace_back(text + i + 1, k - i - 1);
                 next = k < n ? k + 1 : n;
@@ -73,7 +76,8 @@ void CellSplitter::split(QByteArrayView line, char separator) {
                 while (next < n && !isBlank(text[next]))
                     ++next;
             } else {
-                const void* found = std::memchr(text + i, separator, std::size_t(n - i));
+                const void* found =
+                    i < n ? std::memchr(text + i, separator, std::size_t(n - i)) : nullptr;
                 next = found ? static_cast<const char*>(found) - text : n;
             }
             qsizetype end = next;

@@ -13,9 +13,12 @@ namespace importing {
 // has an empty last cell. Blanks around a cell are dropped. A cell that
 // begins with '"' runs to the closing quote, separators included, and a
 // doubled quote inside is one quote; what follows the closing quote up to
-// the separator is dropped.
+// the separator is dropped. A line gives at most kMostCells cells; the rest
+// of it is not read.
 class CellSplitter {
 public:
+    static constexpr qsizetype kMostCells = 1024;
+
     void split(QByteArrayView line, char separator);
 
     qsizetype size() const { return qsizetype(cells_.size()); }

@@ -279,20 +279,19 @@ struct Columns {
     }
 };
 
-// A cell as a reason shows it; a long one is cut, at a character's start,
-// so that a row of millions of bytes gives a reason of one line.
+// A cell as the user is shown it: a long one is cut, at a character's
+// start, so that a row of millions of bytes shows as one line.
+QString shownText(QByteArrayView cell, qsizetype most) {
+    if (cell.size() <= most)
+        return QString::fromUtf8(cell);
+    qsizetype cut = most;
+    while (cut > 0 && (static_cast<unsigned char>(cell[cut]) & 0xC0) == 0x80)
+        --cut;
+    return QString::fromUtf8(cell.first(cut)) + QStringLiteral("…");
+}
+
 QString quoted(QByteArrayView cell) {
-    constexpr qsizetype kShown = 60;
-    QString shown;
-    if (cell.size() > kShown) {
-        qsizetype cut = kShown;
-        while (cut > 0 && (static_cast<unsigned char>(cell[cut]) & 0xC0) == 0x80)
-            --cut;
-        shown = QString::fromUtf8(cell.first(cut)) + QStringLiteral("…");
-    } else {
-        shown = QString::fromUtf8(cell);
-    }
-    return QStringLiteral("« ") + shown + QStringLiteral(" »");
+    return QStringLiteral("« ") + shownText(cell, 60) + QStringLiteral(" »");
 }
 
 // A row's name as written, from UTF-8; plain ASCII names are carved out of
@@ -422,15 +421,19 @@ TextLayout DetectLayout(const ImportText& text, const ImportOptions& options) {
 
 std::vector<QStringList> SplitRows(const ImportText& text, const TextLayout& layout, int firstLine,
                                    int count) {
+    constexpr qsizetype kPreviewColumns = 256;
+    constexpr qsizetype kPreviewCharacters = 256;
     std::vector<QStringList> rows;
     CellSplitter cells;
     const char separator = char(layout.separator.toLatin1());
     for (qsizetype i = std::max(firstLine, 0);
          i < text.lineCount() && i < qsizetype(firstLine) + count; ++i) {
         cells.split(text.line(i), separator);
+        // A preview, not the data: a line of millions of cells or bytes
+        // shows its first ones.
         QStringList row;
-        for (qsizetype c = 0; c < cells.size(); ++c)
-            row << QString::fromUtf8(cells[c]);
+        for (qsizetype c = 0; c < cells.size() && c < kPreviewColumns; ++c)
+            row << shownText(cells[c], kPreviewCharacters);
         rows.push_back(std::move(row));
     }
     return rows;

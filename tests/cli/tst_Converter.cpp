@@ -698,6 +698,7 @@ void TestConverter::memoryBoundedByTheInput_data() {
     QTest::newRow("CSV, one cell") << QByteArray("id,x,y,z\n1,2,3,") << '7';
     QTest::newRow("CSV, quoted cell") << QByteArray("id,x,y,z\n1,2,3,\"") << '7';
     QTest::newRow("CSV, Windows-1252") << QByteArray("id,x,y,z\n\xe9,2,3,") << '7';
+    QTest::newRow("CSV, many cells") << QByteArray("id,x,y,z\n1,2,3,") << ',';
 }
 
 void TestConverter::memoryBoundedByTheInput() {
