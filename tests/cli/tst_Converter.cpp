@@ -438,6 +438,9 @@ void TestConverter::droppedLines_data() {
     row("one bad line", {"x\r\n1,2,3\r\n", one});
     row("lone CR and a last line",
         {"x\r1,2,3\ry\r\nz", "« in.xyz » : 3 lignes sans point, laissées de côté"});
+    // A lone CR at the very end ends the last line: no empty line after it.
+    row("ends in a lone CR",
+        {"x\r1,2,3\ry\r", "« in.xyz » : 2 lignes sans point, laissées de côté"});
     row("empty", {"", nothing});
     // A drawing's many lines are no points to report: only XYZ lines count.
     row("a drawing: nothing to report", {"0\r\nSECTION\r\n2\r\nENTITIES\r\n0\r\nPOINT\r\n8\r\n0\r\n"
