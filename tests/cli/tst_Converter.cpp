@@ -3,22 +3,18 @@
 #include "TestSupport.h"
 
 #include "app/FileCommands.h"
-#include "import/Importer.h"
 #include "state/Startup.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QThread>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -33,8 +29,10 @@ struct Run {
     QByteArray err;
 };
 
+// Starts the real converter with its own settings folder and regional format.
 void startCli(QProcess& process, const QStringList& args, const QString& configHome,
-              const QString& locale, const QString& workDir) {
+              const QString& locale = QStringLiteral("fr_FR.UTF-8"),
+              const QString& workDir = QDir::currentPath()) {
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome);
     env.insert(QStringLiteral("LC_ALL"), locale);
@@ -43,41 +41,24 @@ void startCli(QProcess& process, const QStringList& args, const QString& configH
     process.start(QStringLiteral(TOVALIN_BINARY_DIR "/bin/tovalin-cli"), args);
 }
 
-// Runs the real converter with its own settings folder and regional format;
-// one still running after the time given is killed (exit code -2).
+// Runs it with input on its standard input (a pipe, /dev/stdin); one still
+// running after two minutes is killed (exit code -2).
 Run runCli(const QStringList& args, const QString& configHome,
-           const QString& locale = QStringLiteral("fr_FR.UTF-8"),
-           const QString& workDir = QDir::currentPath(), int timeoutMs = 120000) {
+           const QString& locale = QStringLiteral("fr_FR.UTF-8"), const QByteArray& input = {},
+           const QString& workDir = QDir::currentPath()) {
     QProcess process;
     startCli(process, args, configHome, locale, workDir);
-    if (!process.waitForFinished(timeoutMs)) {
+    process.write(input);
+    process.closeWriteChannel();
+    const bool finished = process.waitForFinished(120000);
+    if (!finished) {
         process.kill();
         process.waitForFinished();
-        return Run{-2, process.readAllStandardOutput(), process.readAllStandardError()};
     }
-    return Run{process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-               process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
-// Writes bytes into a named pipe once a reader opens it, giving up after a
-// while (a reader that never comes).
-void feedPipe(const QString& path, const QByteArray& bytes) {
-    const QByteArray name = QFile::encodeName(path);
-    QElapsedTimer waited;
-    waited.start();
-    int fd = -1;
-    while ((fd = ::open(name.constData(), O_WRONLY | O_NONBLOCK)) < 0 && waited.elapsed() < 20000)
-        QThread::msleep(10);
-    if (fd < 0)
-        return;
-    ::fcntl(fd, F_SETFL, 0);
-    for (qsizetype done = 0; done < bytes.size();) {
-        const ssize_t n = ::write(fd, bytes.constData() + done, std::size_t(bytes.size() - done));
-        if (n <= 0)
-            break;
-        done += n;
-    }
-    ::close(fd);
+    const int status = !finished                                      ? -2
+                       : process.exitStatus() == QProcess::NormalExit ? process.exitCode()
+                                                                      : -1;
+    return Run{status, process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
 // Runs "tovalin-cli list input" (a CSV file through the importer) and gives
@@ -149,8 +130,8 @@ const QByteArray samplePoints = "1,652345.678,6862104.512,152.304\r\n"
                                 "B7,-0.5,12.3456,0\r\n"
                                 "bad line\r\n";
 
-// A sample of tests/data/import through the importer: the list on standard
-// output and the report on standard error ("F" stands for the sample's name).
+// A sample of tests/data/import through the importer: what is written on
+// standard output, and the report on standard error.
 struct Import {
     QStringList args; // the last one is the sample
     QString out;
@@ -167,6 +148,25 @@ struct Exit {
     QString message; // on standard error, or in the help
 };
 
+// The output, in a folder where link.xyz and hard.xyz name the input,
+// to-real.xyz links to data/real.xyz and chain.xyz to a link to it; "null" is
+// a device, "stdout" a link into /proc and "pipe" a named pipe.
+struct Output {
+    QString input;    // "sample", "large" (too many points for XYZ) or "none" (no point)
+    QString output;   // the name given to the converter
+    QString old;      // the file that holds "old" before the run; empty: none
+    QStringList more; // further arguments
+    int status;
+    QString message; // on standard error
+    int mode = 0;    // the permissions of the file written or kept; 0: not looked at
+};
+
+struct Dropped {
+    QByteArray file;
+    QString report;    // on standard error; empty: nothing to report
+    bool pipe = false; // the input a pipe, read once
+};
+
 // The converter against the program: the list of the large file (filter 0),
 // or the file saved with the filter of that index from the sample. The
 // writers are the program's own, and an XYZ file holds at most 32,767 points.
@@ -181,6 +181,8 @@ struct Agreement {
 Q_DECLARE_METATYPE(Exit)
 Q_DECLARE_METATYPE(Agreement)
 Q_DECLARE_METATYPE(Import)
+Q_DECLARE_METATYPE(Output)
+Q_DECLARE_METATYPE(Dropped)
 
 class TestConverter : public QObject {
     Q_OBJECT
@@ -192,15 +194,12 @@ private slots:
     void agreesWithTheProgram_data();
     void agreesWithTheProgram();
     void dxfReadByIndependentReader();
-    void outputNeverLost_data();
-    void outputNeverLost();
+    void output_data();
+    void output();
     void droppedLines_data();
     void droppedLines();
     void imported_data();
     void imported();
-    void everySampleAsTheOpenPathReads();
-    void outputWherever_data();
-    void outputWherever();
     void noTemporaryLeftOnSignal_data();
     void noTemporaryLeftOnSignal();
     void memoryBoundedByTheInput_data();
@@ -252,16 +251,12 @@ void TestConverter::exitStatus_data() {
     row("unknown format", {{"list", "--from", "ods", "a.xyz"}, 2, "format inconnu : ods"});
     row("no output as csv",
         {{"convert", "a.xyz", "--to", "csv", "-o", "b"}, 2, "format de sortie inconnu : csv"});
+    const QString roles = QStringLiteral("--columns attend les rôles id, x, y, z ou - séparés par "
+                                         "des virgules, x et y une fois chacun : ");
     row("unknown role",
-        {{"list", "--from", "csv", "--columns", "id,x,q", "a.csv"},
-         2,
-         "--columns attend les rôles id, x, y, z ou - séparés par des virgules, x et y une fois "
-         "chacun : id,x,q"});
+        {{"list", "--from", "csv", "--columns", "id,x,q", "a.csv"}, 2, roles + "id,x,q"});
     row("role twice",
-        {{"list", "--from", "csv", "--columns", "x,y,x", "a.csv"},
-         2,
-         "--columns attend les rôles id, x, y, z ou - séparés par des virgules, x et y une fois "
-         "chacun : x,y,x"});
+        {{"list", "--from", "csv", "--columns", "x,y,x", "a.csv"}, 2, roles + "x,y,x"});
     row("columns without csv",
         {{"list", "--columns", "id,x,y", "a.xyz"},
          2,
@@ -304,7 +299,7 @@ void TestConverter::exitStatus_data() {
 // error and nothing written; 0 for the help.
 void TestConverter::exitStatus() {
     QFETCH(Exit, c);
-    const Run run = runCli(c.args, config_.path(), QStringLiteral("fr_FR.UTF-8"), dir_.path());
+    const Run run = runCli(c.args, config_.path(), QStringLiteral("fr_FR.UTF-8"), {}, dir_.path());
     QCOMPARE(run.exitCode, c.status);
     const QString err = QString::fromUtf8(run.err);
     if (c.status == 0) {
@@ -326,190 +321,174 @@ void TestConverter::exitStatus() {
     }
 }
 
-// The converter never destroys an input nor leaves a partial output: an
-// output that is an input is refused before anything is read, and a failed
-// write leaves the target as it was, with no temporary file beside it.
-void TestConverter::outputNeverLost_data() {
-    QTest::addColumn<QString>("input");    // "sample", "large" (too many points for XYZ), "none"
-    QTest::addColumn<QString>("output");   // how the output names the file
-    QTest::addColumn<QStringList>("more"); // further arguments
-    QTest::addColumn<QByteArray>("old");   // the target before the run; null: absent
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("message");
+void TestConverter::output_data() {
+    Rows<Output> row;
     const QString same = QStringLiteral("est le fichier d'entrée");
     const QString limit = QStringLiteral("un fichier XYZ s'écrit avec 32 768 points au plus");
     const QString zero = QStringLiteral("hauteur de texte nulle");
     const QString none = QStringLiteral("aucun point lu");
-    const QByteArray oldFile("old\r\n");
-    QTest::newRow("same name") << "sample"
-                               << "in.xyz" << QStringList() << QByteArray() << 2 << same;
-    QTest::newRow("same through ./") << "sample"
-                                     << "./in.xyz" << QStringList() << QByteArray() << 2 << same;
-    QTest::newRow("same through a link")
-        << "sample"
-        << "link.xyz" << QStringList() << QByteArray() << 2 << same;
-    QTest::newRow("same as a hard link")
-        << "sample"
-        << "hard.xyz" << QStringList() << QByteArray() << 2 << same;
-    QTest::newRow("failed write, old target")
-        << "large"
-        << "out.xyz" << QStringList() << oldFile << 1 << limit;
-    QTest::newRow("failed write, no target")
-        << "large"
-        << "out.xyz" << QStringList() << QByteArray() << 1 << limit;
-    QTest::newRow("good write replaces") << "sample"
-                                         << "out.xyz" << QStringList() << oldFile << 0 << QString();
+    const QString denied = QStringLiteral("'70' :\n\nPermission refusée\n");
+    // An output that is an input is refused before anything is read.
+    row("same name", {"sample", "in.xyz", {}, {}, 2, same});
+    row("same through ./", {"sample", "./in.xyz", {}, {}, 2, same});
+    row("same through a link", {"sample", "link.xyz", {}, {}, 2, same});
+    row("same as a hard link", {"sample", "hard.xyz", {}, {}, 2, same});
+    // Written whole, then renamed: a new file gets what the umask (027)
+    // leaves, as one created in its place would; a replaced one keeps its own.
+    row("new file", {"sample", "out.xyz", {}, {}, 0, {}, 0640});
+    row("old file replaced", {"sample", "out.xyz", "out.xyz", {}, 0, {}, 0600});
+    // A failed write leaves the target as it was.
+    row("failed write, old file", {"large", "out.xyz", "out.xyz", {}, 1, limit, 0600});
+    row("failed write, no file", {"large", "out.xyz", {}, {}, 1, limit});
     // A height of 0 stops the DXF writer before any file is touched.
-    for (const char* height : {"0", "0,0", "0.0"}) {
-        QTest::addRow("height %s, old target", height)
-            << "sample"
-            << "out.dxf" << QStringList{"--height", height} << oldFile << 1 << zero;
-        QTest::addRow("height %s, no target", height)
-            << "sample"
-            << "out.dxf" << QStringList{"--height", height} << QByteArray() << 1 << zero;
-    }
+    row("height 0, old file", {"sample", "out.dxf", "out.dxf", {"--height", "0"}, 1, zero});
+    row("height 0.0, no file", {"sample", "out.dxf", {}, {"--height", "0.0"}, 1, zero});
     // No point read: nothing written, told before the height is looked at.
-    QTest::newRow("no point, old target") << "none"
-                                          << "out.xyz" << QStringList() << oldFile << 1 << none;
-    QTest::newRow("no point, no target") << "none"
-                                         << "out.dxf" << QStringList() << QByteArray() << 1 << none;
-    QTest::newRow("no point, bad height")
-        << "none"
-        << "out.dxf" << QStringList{"--height", "x"} << oldFile << 1 << none;
+    row("no point, old file", {"none", "out.xyz", "out.xyz", {}, 1, none});
+    row("no point, no file", {"none", "out.dxf", {}, {}, 1, none});
+    row("no point, bad height", {"none", "out.dxf", "out.dxf", {"--height", "x"}, 1, none});
+    // Through links, the file they lead to is replaced and the links kept. A
+    // write-protected file is refused as the program's save refuses it, by
+    // its mode: the tests may run as root.
+    row("link to a file", {"sample", "to-real.xyz", "data/real.xyz", {}, 0, {}, 0600});
+    row("links to a new file", {"sample", "chain.xyz", {}, {}, 0, {}, 0640});
+    row("write-protected", {"sample", "data/real.xyz", "data/real.xyz", {}, 1, denied, 0444});
+    row("link to write-protected", {"sample", "to-real.xyz", "data/real.xyz", {}, 1, denied, 0444});
+    // A device or a pipe is written into, never replaced: the test's own
+    // device node and link into /proc, so that a converter that replaced them
+    // would not replace the system's /dev/null.
+    row("device like /dev/null", {"sample", "null", {}, {}, 0, {}});
+    row("link into /proc like /dev/stdout", {"sample", "stdout", {}, {}, 0, {}});
+    row("named pipe", {"sample", "pipe", {}, {}, 0, {}});
 }
 
-void TestConverter::outputNeverLost() {
-    QFETCH(QString, input);
-    QFETCH(QString, output);
-    QFETCH(QStringList, more);
-    QFETCH(QByteArray, old);
-    QFETCH(int, status);
-    QFETCH(QString, message);
+// The converter never destroys an input nor leaves a partial output or a
+// temporary file, wherever the output stands.
+void TestConverter::output() {
+    QFETCH(Output, c);
     QTemporaryDir work;
-    const QString in = work.filePath(QStringLiteral("in.xyz"));
-    const QByteArray original = input == u"none"    ? QByteArray("bad line\r\n")
-                                : input == u"large" ? readBytes(large_)
-                                                    : readBytes(input_);
+    const auto at = [&work](const QString& name) { return work.filePath(name); };
+    const auto path = [](const QString& name) { return QFile::encodeName(name); };
+    const QString in = at(QStringLiteral("in.xyz"));
+    const QByteArray original = c.input == u"none"    ? QByteArray("bad line\r\n")
+                                : c.input == u"large" ? readBytes(large_)
+                                                      : readBytes(input_);
     writeBytes(in, original);
-    QVERIFY(QFile::link(in, work.filePath(QStringLiteral("link.xyz"))));
-    QVERIFY(::link(QFile::encodeName(in).constData(),
-                   QFile::encodeName(work.filePath(QStringLiteral("hard.xyz"))).constData()) == 0);
-    const QString target = work.path() + u'/' + output;
-    if (!old.isNull())
-        writeBytes(target, old);
-    const QStringList before = QDir(work.path()).entryList(QDir::Files | QDir::Hidden);
-
-    const Run run = runCli(QStringList{"convert", in, "-o", target} + more, config_.path());
-    QCOMPARE(run.exitCode, status);
-    QCOMPARE(readBytes(in), original);
-    if (input == u"none")
-        QVERIFY2(run.err.contains("n'a donné aucun point"), run.err.constData());
-    if (status == 0) {
-        QVERIFY(readBytes(target).startsWith("1,"));
-    } else {
-        QVERIFY2(QString::fromUtf8(run.err).contains(message), run.err.constData());
-        if (output.startsWith(u"out."))
-            QCOMPARE(QFile::exists(target) ? readBytes(target) : QByteArray(), old);
+    QVERIFY(QDir(work.path()).mkpath(QStringLiteral("data")));
+    QVERIFY(QFile::link(QStringLiteral("in.xyz"), at("link.xyz")));
+    QVERIFY(QFile::link(QStringLiteral("data/real.xyz"), at("to-real.xyz")));
+    QVERIFY(QFile::link(QStringLiteral("data/middle.xyz"), at("chain.xyz")));
+    QVERIFY(QFile::link(QStringLiteral("real.xyz"), at("data/middle.xyz")));
+    QCOMPARE(::link(path(in).constData(), path(at("hard.xyz")).constData()), 0);
+    if (!c.old.isEmpty()) {
+        writeBytes(at(c.old), "old\r\n");
+        QVERIFY(c.mode == 0 || ::chmod(path(at(c.old)).constData(), mode_t(c.mode)) == 0);
     }
-    QCOMPARE(QDir(work.path()).entryList(QDir::Files | QDir::Hidden),
-             status == 0 && old.isNull() ? before + QStringList{output} : before);
+    const QString output = at(c.output);
+    int pipe = -1;
+    if (c.output == u"null" &&
+        ::mknod(path(output).constData(), S_IFCHR | 0666, makedev(1, 3)) != 0)
+        QSKIP("no device node can be made here (not root)");
+    if (c.output == u"stdout")
+        QVERIFY(QFile::link(QStringLiteral("/proc/self/fd/1"), output));
+    if (c.output == u"pipe") {
+        // Opened for reading first: the converter's writing then fits in the
+        // pipe's buffer and is read back once it is done.
+        QCOMPARE(::mkfifo(path(output).constData(), 0600), 0);
+        pipe = ::open(path(output).constData(), O_RDONLY | O_NONBLOCK);
+        QVERIFY(pipe >= 0);
+    }
+    const mode_t saved = ::umask(027);
+    const Run run = runCli(QStringList{"convert", in, "-o", output} + c.more, config_.path());
+    ::umask(saved);
+    QByteArray piped(4096, 0);
+    if (pipe >= 0) {
+        piped.truncate(std::max<qsizetype>(::read(pipe, piped.data(), 4096), 0));
+        ::close(pipe);
+    }
+
+    QVERIFY2(run.exitCode == c.status, run.err.constData());
+    QVERIFY2(QString::fromUtf8(run.err).contains(c.message), run.err.constData());
+    QCOMPARE(readBytes(in), original);
+    QCOMPARE(temporaries(work.path()) + temporaries(at("data")), QStringList());
+    for (const char* link : {"link.xyz", "to-real.xyz", "chain.xyz", "data/middle.xyz"})
+        QVERIFY(QFileInfo(at(link)).isSymLink());
+    const QByteArray written = "1,652345,678,6862104,512,";
+    struct stat info {};
+    const bool exists = ::stat(path(output).constData(), &info) == 0;
+    if (c.output == u"null" || c.output == u"stdout" || c.output == u"pipe") {
+        QVERIFY(exists && !S_ISREG(info.st_mode));
+        QVERIFY(c.output == u"null" || (pipe >= 0 ? piped : run.out).startsWith(written));
+    } else if (c.status == 0) {
+        QVERIFY(readBytes(output).startsWith(written));
+    } else if (!c.old.isEmpty()) {
+        QCOMPARE(readBytes(at(c.old)), QByteArray("old\r\n"));
+    } else if (c.status == 1) {
+        QVERIFY(!exists);
+    }
+    if (c.mode != 0)
+        QCOMPARE(info.st_mode & 07777, mode_t(c.mode));
 }
 
 // What an input left out, on standard error, the status unchanged.
 void TestConverter::droppedLines_data() {
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QString>("report"); // empty: nothing to report
-    QTest::addColumn<bool>("pipe");      // the input a named pipe, read once
-    QTest::newRow("all good") << QByteArray("1,2,3\r\n4,5,6") << QString() << false;
-    QTest::newRow("through a pipe") << QByteArray("x\r1,2,3\r\n4,5,6")
-                                    << "« in.xyz » : 1 ligne sans point, laissée de côté" << true;
-    QTest::newRow("one bad line") << QByteArray("x\r\n1,2,3\r\n")
-                                  << "« in.xyz » : 1 ligne sans point, laissée de côté" << false;
-    QTest::newRow("lone CR and a last line")
-        << QByteArray("x\r1,2,3\ry\r\nz") << "« in.xyz » : 3 lignes sans point, laissées de côté"
-        << false;
-    QTest::newRow("empty") << QByteArray("") << "« in.xyz » n'a donné aucun point" << false;
-    QTest::newRow("a drawing: nothing to report")
-        << QByteArray("0\r\nSECTION\r\n2\r\nENTITIES\r\n0\r\nPOINT\r\n8\r\n0\r\n10\r\n1\r\n"
-                      "20\r\n2\r\n30\r\n3\r\n0\r\nENDSEC\r\n0\r\nEOF\r\n")
-        << QString() << false;
-    QTest::newRow("wrong separator")
-        << QByteArray("1;2;3\r\n4;5;6\r\n") << "« in.xyz » n'a donné aucun point" << false;
+    Rows<Dropped> row;
+    const QString one = QStringLiteral("« in.xyz » : 1 ligne sans point, laissée de côté");
+    const QString nothing = QStringLiteral("« in.xyz » n'a donné aucun point");
+    const QString other = QStringLiteral("« in.xyz » : il ressemble à un relevé d'un autre "
+                                         "programme (%1) : essayer --from csv");
+    row("all good", {"1,2,3\r\n4,5,6", {}});
+    row("through a pipe",
+        {"x\r1,2,3\r\n4,5,6", "« stdin » : 1 ligne sans point, laissée de côté", true});
+    row("one bad line", {"x\r\n1,2,3\r\n", one});
+    row("lone CR and a last line",
+        {"x\r1,2,3\ry\r\nz", "« in.xyz » : 3 lignes sans point, laissées de côté"});
+    // A lone CR at the very end ends the last line: no empty line after it.
+    row("ends in a lone CR",
+        {"x\r1,2,3\ry\r", "« in.xyz » : 2 lignes sans point, laissées de côté"});
+    row("empty", {"", nothing});
+    // A drawing's many lines are no points to report: only XYZ lines count.
+    row("a drawing: nothing to report", {"0\r\nSECTION\r\n2\r\nENTITIES\r\n0\r\nPOINT\r\n8\r\n0\r\n"
+                                         "10\r\n1\r\n20\r\n2\r\n30\r\n3\r\n"
+                                         "0\r\nENDSEC\r\n0\r\nEOF\r\n",
+                                         {}});
+    row("wrong separator", {"1;2;3\r\n4;5;6\r\n", nothing});
     // Files that other programs write, which the importer reads.
-    QTest::newRow("LF line ends")
-        << QByteArray("1,2,3\n4,5,6\n")
-        << "« in.xyz » : il ressemble à un relevé d'un autre programme (lignes terminées par LF "
-           "seul) : essayer --from csv"
-        << false;
-    QTest::newRow("header and code column")
-        << QByteArray("Point;Est;Nord;Alt;Code\r\n1;2;3;4;CP\r\n")
-        << "« in.xyz » : il ressemble à un relevé d'un autre programme (ligne d'en-tête, plus "
-           "de quatre colonnes) : essayer --from csv"
-        << false;
+    row("LF line ends", {"1,2,3\n4,5,6\n", other.arg("lignes terminées par LF seul")});
+    row("header and code column", {"Point;Est;Nord;Alt;Code\r\n1;2;3;4;CP\r\n",
+                                   other.arg("ligne d'en-tête, plus de quatre colonnes")});
 }
 
 void TestConverter::droppedLines() {
-    QFETCH(QByteArray, file);
-    QFETCH(QString, report);
-    QFETCH(bool, pipe);
+    QFETCH(Dropped, c);
     QTemporaryDir work;
     const QString in = work.filePath(QStringLiteral("in.xyz"));
-    std::thread feeder;
-    if (pipe) {
-        QCOMPARE(::mkfifo(QFile::encodeName(in).constData(), 0600), 0);
-        feeder = std::thread([&] { feedPipe(in, file); });
-    } else {
-        writeBytes(in, file);
-    }
-    // A drawing's many lines are no points to report: only XYZ lines are counted.
-    const QStringList arguments = file.startsWith("0\r\nSECTION")
-                                      ? QStringList{"list", "--from", "dxf", in}
-                                      : QStringList{"list", in};
+    if (!c.pipe)
+        writeBytes(in, c.file);
+    const QString input = c.pipe ? QStringLiteral("/dev/stdin") : in;
+    const QStringList arguments = c.file.startsWith("0\r\nSECTION")
+                                      ? QStringList{"list", "--from", "dxf", input}
+                                      : QStringList{"list", input};
     const Run run = runCli(arguments, config_.path(), QStringLiteral("fr_FR.UTF-8"),
-                           QDir::currentPath(), 20000);
-    if (feeder.joinable())
-        feeder.join();
+                           c.pipe ? c.file : QByteArray());
     QCOMPARE(run.exitCode, 0);
     const QString err = QString::fromUtf8(run.err);
-    if (report.isEmpty())
+    if (c.report.isEmpty())
         QCOMPARE(err, QString());
     else
-        QVERIFY2(err.startsWith(QStringLiteral("tovalin-cli : ")) && err.contains(report),
+        QVERIFY2(err.startsWith(QStringLiteral("tovalin-cli : ")) && err.contains(c.report),
                  run.err.constData());
 }
 
 void TestConverter::imported_data() {
     Rows<Import> row;
-    const QString pnezd = QStringLiteral("« pnezd-code.csv » : encodage UTF-8, séparateur virgule, "
-                                         "décimale point, sans en-tête, ");
-    row("PNEZD", {{"list", "--from", "csv", "pnezd-code.csv"},
-                  "1\t1000,000\t2000,000\t100,000\n2\t1010,250\t2005,125\t101,500\n"
-                  "3\t1020,500\t2010,750\t99,875\n",
-                  pnezd + "colonnes id,x,y,z,- ; 3 points lus"});
     row("columns and separator given",
         {{"list", "--from", "csv", "--columns", "id,y,x", "--separator", ",", "--decimal", ".",
           "pnezd-code.csv"},
          "1\t2000,000\t1000,000\t0,000\n2\t2005,125\t1010,250\t0,000\n"
          "3\t2010,750\t1020,500\t0,000\n",
-         pnezd + "colonnes id,y,x ; 3 points lus"});
-    row("lines skipped",
-        {{"list", "--from", "csv", "--skip", "2", "header-codigo.csv"},
-         "P2\t350130,001\t4650130,002\t513,040\n",
-         "« header-codigo.csv » : encodage UTF-8, séparateur virgule, décimale point, 1 ligne "
-         "d'en-tête (2 lignes sautées), colonnes id,x,y,z,-,- ; 1 point lu"});
-    row("rows left aside",
-        {{"list", "--from", "csv", "bad-rows.csv"},
-         "1\t1000,000\t2000,000\t100,000\n5\t1004,000\t2004,000\t0,000\n"
-         "7\t1006,000\t2006,000\t106,000\n",
-         "« bad-rows.csv » : encodage UTF-8, séparateur virgule, décimale point, 1 ligne "
-         "d'en-tête, "
-         "colonnes id,x,y,z,- ; 3 points lus, 6 lignes laissées de côté & "
-         "« bad-rows.csv » : ligne 3 : X manquant & "
-         "« bad-rows.csv » : ligne 4 : Y n'est pas un nombre : « abc » & "
-         "« bad-rows.csv » : ligne 5 : trop peu de colonnes (2 au lieu d'au moins 3) & "
-         "« bad-rows.csv » : ligne 8 : Z n'est pas un nombre : « 12x » & "
-         "« bad-rows.csv » : ligne 10 : X n'est pas un nombre : « inf » & "
-         "« bad-rows.csv » : ligne 11 : Y n'est pas un nombre : « 2 010,5 »"});
+         "« pnezd-code.csv » : encodage UTF-8, séparateur virgule, décimale point, sans en-tête, "
+         "colonnes id,y,x ; 3 points lus"});
     QString many = QStringLiteral("« many-bad-rows.csv » : encodage UTF-8, séparateur virgule, "
                                   "décimale point, 1 ligne d'en-tête, colonnes id,x,y,z ; 13 "
                                   "points lus, 14 lignes laissées de côté");
@@ -521,10 +500,12 @@ void TestConverter::imported_data() {
         {{"list", "--from", "csv", "many-bad-rows.csv"},
          {},
          many + " & « many-bad-rows.csv » : et 4 autres lignes laissées de côté"});
+    // Converted too, here to standard output (2D by default).
     row("POINTs of a drawing",
-        {{"list", "--from", "dxf-points", "--set", "Num_Pt_Dxf=7", "r12-crlf.dxf"},
-         "7\t652100,125\t6862300,500\t35,750\n8\t652110,250\t6862310,125\t36,500\n"
-         "9\t-12,500\t0,000\t0,000\n",
+        {{"convert", "--from", "dxf-points", "--set", "Num_Pt_Dxf=7", "--set", "Separateur_Ecr=;",
+          "-o", "/dev/stdout", "r12-crlf.dxf"},
+         "7;652100,125;6862300,500;0.000\r\n8;652110,250;6862310,125;0.000\r\n"
+         "9;-12,500;0,000;0.000\r\n",
          "« r12-crlf.dxf » : 3 points lus"});
 }
 
@@ -543,118 +524,6 @@ void TestConverter::imported() {
     QCOMPARE(QString::fromUtf8(run.err).split(u'\n', Qt::SkipEmptyParts), told);
 }
 
-// Every sample, converted to DXF from the importer, holds the points the
-// open path reads from it, as the DXF writer writes them.
-void TestConverter::everySampleAsTheOpenPathReads() {
-    const QStringList samples =
-        QDir(importSample(QString())).entryList({"*.csv", "*.txt", "*.dxf"}, QDir::Files);
-    QVERIFY(samples.size() >= 18);
-    for (const QString& sample : samples) {
-        const bool drawing = sample.endsWith(QStringLiteral(".dxf"));
-        if (sample == u"no-point.dxf")
-            continue;
-        const QString output = dir_.filePath(sample + QStringLiteral(".out.dxf"));
-        const Run run = runCli({"convert", "--from", drawing ? "dxf-points" : "csv",
-                                importSample(sample), "-o", output},
-                               config_.path());
-        QVERIFY2(run.exitCode == 0, run.err.constData());
-
-        Program program(QStringLiteral("fr_FR.UTF-8"), {}, {});
-        OpenFile(program.context, importSample(sample), sample,
-                 drawing ? FileFormat::DxfPoints : FileFormat::Csv);
-        const QString saved = dir_.filePath(sample + QStringLiteral(".saved.dxf"));
-        program.files.choose(saved, 2);
-        program.boxes.answerInput(QStringLiteral("1"));
-        SaveCommand(program.context);
-        QVERIFY2(program.state.PointCount > 0, qPrintable(sample));
-        QVERIFY2(readBytes(output) == readBytes(saved), qPrintable(sample));
-    }
-}
-
-// The output wherever it stands: the file a link points to is replaced and the
-// link kept; a write-protected file is refused as the program's save refuses
-// it (by its mode: the tests may run as root); a device or a pipe is written
-// into, never replaced.
-void TestConverter::outputWherever_data() {
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<int>("status");
-    QTest::newRow("link to a file") << "link" << 0;
-    QTest::newRow("link to a link to a new file") << "dangling" << 0;
-    QTest::newRow("write-protected file") << "protected" << 1;
-    QTest::newRow("link to a write-protected file") << "link protected" << 1;
-    // The test's own device node and link into /proc, so that a converter
-    // that replaced them would not replace the system's /dev/null.
-    QTest::newRow("device like /dev/null") << "null" << 0;
-    QTest::newRow("link into /proc like /dev/stdout") << "stdout" << 0;
-    QTest::newRow("named pipe") << "pipe" << 0;
-}
-
-void TestConverter::outputWherever() {
-    QFETCH(QString, kind);
-    QFETCH(int, status);
-    QTemporaryDir work;
-    const QString real = work.filePath(QStringLiteral("data/real.xyz"));
-    QVERIFY(QDir(work.path()).mkpath(QStringLiteral("data")));
-    const QString link = work.filePath(QStringLiteral("link.xyz"));
-    const QByteArray old("old\r\n");
-    QString output = link;
-    int pipe = -1;
-    if (kind == u"link" || kind.endsWith(u"protected")) {
-        writeBytes(real, old);
-        QVERIFY(QFile::link(QStringLiteral("data/real.xyz"), link));
-        if (kind == u"protected")
-            output = real;
-        if (kind.endsWith(u"protected"))
-            QVERIFY(QFile::setPermissions(real,
-                                          QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
-    } else if (kind == u"dangling") {
-        QVERIFY(QFile::link(QStringLiteral("data/middle.xyz"), link));
-        QVERIFY(QFile::link(QStringLiteral("real.xyz"), work.filePath("data/middle.xyz")));
-    } else if (kind == u"null") {
-        output = work.filePath(QStringLiteral("null"));
-        if (::mknod(QFile::encodeName(output).constData(), S_IFCHR | 0666, makedev(1, 3)) != 0)
-            QSKIP("no device node can be made here (not root)");
-    } else if (kind == u"stdout") {
-        output = work.filePath(QStringLiteral("stdout"));
-        QVERIFY(QFile::link(QStringLiteral("/proc/self/fd/1"), output));
-    } else {
-        // Opened for reading first: the converter's writing then fits in the
-        // pipe's buffer and is read back once it is done.
-        output = work.filePath(QStringLiteral("pipe.xyz"));
-        QCOMPARE(::mkfifo(QFile::encodeName(output).constData(), 0600), 0);
-        pipe = ::open(QFile::encodeName(output).constData(), O_RDONLY | O_NONBLOCK);
-        QVERIFY(pipe >= 0);
-    }
-    const Run run = runCli({"convert", input_, "-o", output}, config_.path(),
-                           QStringLiteral("fr_FR.UTF-8"), QDir::currentPath(), 20000);
-    QByteArray piped(4096, 0);
-    if (pipe >= 0) {
-        piped.truncate(std::max<qsizetype>(::read(pipe, piped.data(), 4096), 0));
-        ::close(pipe);
-    }
-    QVERIFY2(run.exitCode == status, run.err.constData());
-    QCOMPARE(temporaries(work.path()) + temporaries(work.filePath("data")), QStringList());
-    const QByteArray written = "1,652345,678,6862104,512,";
-    if (kind == u"null" || kind == u"stdout" || kind == u"pipe") {
-        struct stat info {};
-        QCOMPARE(::stat(QFile::encodeName(output).constData(), &info), 0);
-        QVERIFY(!S_ISREG(info.st_mode));
-        if (kind == u"stdout")
-            QVERIFY(QFileInfo(output).isSymLink());
-        if (kind != u"null")
-            QVERIFY((kind == u"pipe" ? piped : run.out).startsWith(written));
-        return;
-    }
-    QVERIFY(QFileInfo(link).isSymLink());
-    if (status == 0) {
-        QVERIFY(readBytes(real).startsWith(written));
-    } else {
-        QVERIFY2(run.err.endsWith("Erreur d'exécution '70' :\n\nPermission refusée\n"),
-                 run.err.constData());
-        QCOMPARE(readBytes(real), old);
-    }
-}
-
 // Stopped by a signal while it runs, the converter leaves no temporary file.
 void TestConverter::noTemporaryLeftOnSignal_data() {
     QTest::addColumn<int>("signal");
@@ -666,19 +535,14 @@ void TestConverter::noTemporaryLeftOnSignal_data() {
 void TestConverter::noTemporaryLeftOnSignal() {
     QFETCH(int, signal);
     QTemporaryDir work;
-    const QString in = work.filePath(QStringLiteral("in.xyz"));
-    QCOMPARE(::mkfifo(QFile::encodeName(in).constData(), 0600), 0);
     QProcess process;
-    startCli(process, {"convert", in, "-o", work.filePath(QStringLiteral("out.xyz"))},
-             config_.path(), QStringLiteral("fr_FR.UTF-8"), QDir::currentPath());
-    // The converter waits on the pipe, its output's temporary file made.
-    const int fd = ::open(QFile::encodeName(in).constData(), O_WRONLY);
-    QVERIFY(fd >= 0);
-    QVERIFY(::write(fd, "1,2,3\r\n", 7) == 7);
+    startCli(process, {"convert", "/dev/stdin", "-o", work.filePath(QStringLiteral("out.xyz"))},
+             config_.path());
+    // The converter waits on its input, its output's temporary file made.
+    process.write("1,2,3\r\n");
     QTRY_COMPARE_WITH_TIMEOUT(temporaries(work.path()).size(), 1, 10000);
     ::kill(pid_t(process.processId()), signal);
     QVERIFY(process.waitForFinished(10000));
-    ::close(fd);
     QCOMPARE(process.exitStatus(), QProcess::CrashExit);
     QCOMPARE(temporaries(work.path()), QStringList());
     QVERIFY(!QFile::exists(work.filePath(QStringLiteral("out.xyz"))));
@@ -723,16 +587,18 @@ void TestConverter::memoryBoundedByTheInput() {
              qPrintable(QStringLiteral("peak %1 MB").arg(peak >> 20)));
 }
 
+// The user's settings apply, and the list is the program's: a tab in an
+// identifier moves the cells along.
 void TestConverter::settingsFileIsReadNeverWritten() {
     QTemporaryDir config;
     const QString ini = config.filePath(QStringLiteral("Tovalin/Tovalin.ini"));
     const QByteArray content = "[Param\xc3\xa8tre]\nSeparateur_Lec=;\n[App]\nNbDec=0.0\n";
     writeBytes(ini, content);
     const QString input = dir_.filePath(QStringLiteral("semicolons.xyz"));
-    writeBytes(input, "P;1,25;2;3\r\n");
+    writeBytes(input, "P;1,25;2;3\r\nT\tab;1;2;3\r\n");
     const Run run = runCli({"list", input}, config.path());
     QCOMPARE(run.exitCode, 0);
-    QCOMPARE(run.out, QByteArray("P\t1,3\t2,0\t3,0\n"));
+    QCOMPARE(run.out, QByteArray("P\t1,3\t2,0\t3,0\nT\tab\t1,0\t2,0\n"));
     QCOMPARE(readBytes(ini), content);
 }
 

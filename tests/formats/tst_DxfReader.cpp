@@ -50,7 +50,6 @@ class TestDxfReader : public QObject {
 private slots:
     void read_data();
     void read();
-    void fileTheWriterWrites();
     void numberingContinuesAcrossFiles();
 };
 
@@ -119,6 +118,32 @@ void TestDxfReader::read_data() {
     row("numbering off", {two, "", 13, "|1|2|3", ""});
     row("numbering text", {two, "A", 13, "A|1|2|3", "A"});
     row("no file", {QString(), "1", 53, "", "1"});
+
+    // A file the writer wrote gives three points for each of its points: the
+    // POINT, the identifier TEXT (its Z the text height) and the elevation
+    // TEXT through its oblique angle 10 (X the code 1, Y the code 10, Z 20).
+    QString written = QString::fromLatin1(readBytes(dataFile(QStringLiteral("writer-fr-3d.dxf"))));
+    written.chop(2);
+    row("a file the writer wrote",
+        {written.replace(QStringLiteral("\r\n"), QStringLiteral("|")), "1", 0,
+         "1|1000.5|2000.25|35.1 & 2|1000.75|2000.25|1 & 3|1|10|20 & 4|-12.346|-0.4|1234567.892 & "
+         "5|-11.25|-0.4|1 & 6|1|10|20 & 7|0|0|0 & 8|0.75|0|1 & 9|1|10|20",
+         "10"});
+
+    // Points taken 32,768 at a time: three points again and again, the last
+    // one from an oblique angle 10, past a batch; then cut short after them.
+    QString many = QStringLiteral("0|SECTION|2|ENTITIES|");
+    QStringList points;
+    for (int i = 1; i < 36000; i += 3) {
+        many += "0|POINT|8|0|10|1.25|20|-2|30|3.0004|0|TEXT|10|\"4.5\"|20|12.34567|30|abc|"
+                "0|TEXT|40|1|51|10|1|7.5|10|4|20|9|";
+        points << QStringLiteral("%1|1.25|-2|3 & %2|4.5|12.346|0 & %3|1|10|20")
+                      .arg(i)
+                      .arg(i + 1)
+                      .arg(i + 2);
+    }
+    row("many batches", {many + "0|ENDSEC|0|EOF", "1", 0, points.join(" & "), "36001"});
+    row("many batches, cut short", {many + "10|1|20", "1", 62, points.join(" & "), "36001"});
 }
 
 // Every row under both regional formats, with each kind of line break.
@@ -142,24 +167,17 @@ void TestDxfReader::read() {
                 (french ? QStringLiteral("French ") : QStringLiteral("English ")) +
                 QString::fromLatin1(QByteArray(lineEnd).toPercentEncoding()) + QStringLiteral(", ");
             QCOMPARE(where + outcome(f.state, error), where + expected);
+            // The same through a buffer of a few bytes, which the fields kept
+            // for a batch outlive many times over.
+            CommandFixture small;
+            small.state.Settings.Num_Pt_Dxf = c.numbering;
+            const int smallError = errorOf([&] { ReadDxfFile(small.context, path, 7); });
+            QCOMPARE(where + outcome(small.state, smallError), where + expected);
             if (c.error == 0)
                 QCOMPARE(f.progress.ticks, int(f.state.PointCount));
             QVERIFY(f.settings.values.isEmpty()); // nothing saved
         }
     }
-}
-
-void TestDxfReader::fileTheWriterWrites() {
-    // Each point written gives three: the POINT, the identifier TEXT (its Z
-    // is the text height) and the elevation TEXT, through its oblique angle
-    // 10 (X the "1" group code, Y the code 10, Z the code 20).
-    RegionalFormatScope scope(frenchFormat());
-    CommandFixture f;
-    ReadDxfFile(f.context, dataFile(QStringLiteral("writer-fr-3d.dxf")));
-    QCOMPARE(PointsAsText(f.state),
-             items("1|1000.5|2000.25|35.1 & 2|1000.75|2000.25|1 & 3|1|10|20 & "
-                   "4|-12.346|-0.4|1234567.892 & 5|-11.25|-0.4|1 & 6|1|10|20 & "
-                   "7|0|0|0 & 8|0.75|0|1 & 9|1|10|20"));
 }
 
 void TestDxfReader::numberingContinuesAcrossFiles() {

@@ -6,6 +6,8 @@
 #include "formats/DxfWriter.h"
 
 #include <QFileInfo>
+#include <QRandomGenerator>
+#include <cmath>
 
 using namespace testing;
 
@@ -26,6 +28,27 @@ struct DxfStop {
     QString window; // wait cursor and labels, " & " between them
 };
 
+struct DxfMany {
+    QString nbDec, dim, reply;
+    int points;
+};
+
+// Coordinates of every kind: survey values, signs of zero, values either side
+// of a rounding half, very small and very large ones.
+double coordinate(QRandomGenerator& random) {
+    static const double odd[] = {0.0,   -0.0, -0.0004, 0.0005,         -0.0005, 1e-9,
+                                 -1e-7, 1e15, -1e16,   123456789012.5, 1e300,   9.9999999999999e14};
+    switch (random.bounded(4)) {
+    case 0:
+        return odd[random.bounded(int(std::size(odd)))];
+    case 1:
+        return std::nextafter((random.bounded(2000000) + 0.5) / 1000.0, random.bounded(2) * 1e300);
+    default:
+        return (random.bounded(7) ? 1 : -1) *
+               (random.bounded(1000000000) / 1000.0 + random.bounded(1000000) * 1000.0);
+    }
+}
+
 // 3D, three decimals, named layers.
 void setDxfSettings(GestionDonnee& state) {
     state.Settings.Fich_Dim = QStringLiteral("3D");
@@ -39,6 +62,7 @@ void setDxfSettings(GestionDonnee& state) {
 } // namespace
 Q_DECLARE_METATYPE(DxfGolden)
 Q_DECLARE_METATYPE(DxfStop)
+Q_DECLARE_METATYPE(DxfMany)
 
 class TestDxfWriter : public QObject {
     Q_OBJECT
@@ -47,6 +71,8 @@ private slots:
     void goldenFiles();
     void stops_data();
     void stops();
+    void quickWayAgrees_data();
+    void quickWayAgrees();
 };
 
 void TestDxfWriter::goldenFiles_data() {
@@ -128,6 +154,48 @@ void TestDxfWriter::stops() {
     QCOMPARE(f.window.cursor + f.window.labels, items(c.window));
     if (c.target.isNull())
         QVERIFY(!QFileInfo::exists(file));
+}
+
+void TestDxfWriter::quickWayAgrees_data() {
+    // Points are put into text 16,384 at a time, side by side.
+    Rows<DxfMany> row;
+    row("0.000, 3D", {"0.000", "3D", "1", 20000});
+    row("0.000, 2D, 1.5", {"0.000", "2D", "1.5", 5000});
+    row("0, 3D, 2,5", {"0", "3D", "2,5", 5000});
+    row("0.00, 3D", {"0.00", "3D", "0.25", 5000});
+}
+
+// A display pattern of plain digits takes a quick way to the texts; the same
+// pattern followed by a blank takes the long way (the blank is gone once the
+// text is read back as a number) and must give the same bytes. Handles run
+// on in file order whichever part wrote them.
+void TestDxfWriter::quickWayAgrees() {
+    QFETCH(DxfMany, c);
+    for (const bool french : {true, false}) {
+        RegionalFormatScope scope(french ? frenchFormat() : englishFormat());
+        QByteArray written[2];
+        for (const int longWay : {0, 1}) {
+            CommandFixture f;
+            setDxfSettings(f.state);
+            f.state.Settings.NbDec = c.nbDec + QString(longWay, u' ');
+            f.state.Settings.Fich_Dim = c.dim;
+            QRandomGenerator random(7);
+            for (int i = 0; i < c.points; ++i)
+                f.state.AddPoint(
+                    {coordinate(random), coordinate(random), coordinate(random),
+                     i % 20 ? QString::number(i + 1) : QStringLiteral("P\u00e9\u20ac")});
+            f.boxes.answerInput(c.reply);
+            WriteDxfFile(f.context, f.dir.filePath(QStringLiteral("out.dxf")));
+            written[longWay] = readBytes(f.dir.filePath(QStringLiteral("out.dxf")));
+            QCOMPARE(f.progress.captions, c.points);
+        }
+        // Line by line, so that a failure shows the first line that differs.
+        QCOMPARE(written[0].split('\n'), written[1].split('\n'));
+        qsizetype at = 0;
+        for (int handle = 800; handle < 800 + 3 * c.points && at >= 0; ++handle)
+            at = written[0].indexOf("\n5\r\n" + QByteArray::number(handle) + "\r\n", at);
+        QVERIFY(at > 0);
+    }
 }
 
 TOVALIN_TEST(TestDxfWriter)

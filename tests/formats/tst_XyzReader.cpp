@@ -17,7 +17,8 @@ namespace {
 struct XyzLines {
     QString sep, other, incNum;
     QStringList lines;
-    QString points; // "identifier|x|y|z", " & " between points
+    QString points;         // "identifier|x|y|z", " & " between points; null: as line by line
+    bool listShown = false; // the list shows a point before the reading
 };
 
 struct XyzNumbering {
@@ -107,6 +108,22 @@ void TestXyzReader::readLines_data() {
     // Z text stops there).
     const QStringList breaks{"Bé1,1,2,3", "C2,4,5,6", "D3,7,8,9\n10", "", "E4,1,1,1"};
     row("line breaks", {",", "", "0", breaks, "Bé1|1|2|3 & C2|4|5|6 & D3|7|8|9 & E4|1|1|1"});
+    // The file is read 2 MiB at a time and its lines shared out side by side:
+    // read whole it gives what its lines give one by one, across the blocks.
+    // A block of common lines (a survey file's) takes a quicker way.
+    QStringList survey, odd;
+    for (int i = 0; i < 130000; ++i)
+        survey << (i % 7 == 0    ? QStringLiteral("Ov%1,1e400,1,1")
+                   : i % 11 == 0 ? QStringLiteral("Bé%1,1,2")
+                                 : QStringLiteral("%1,6%1.5,-%1.25,1 2%1"))
+                      .arg(i);
+    for (int i = 0; i < 20000; ++i)
+        odd << breaks << "bad"
+            << "A,,,1,2,3"
+            << "Q,-0.5,2e3,1 234.5";
+    odd.insert(1000, padded("P,1,", 3 << 20, "2")); // longer than a block
+    row("survey file, many blocks", {",", "", "0", survey, {}});
+    row("odd lines, many blocks, numbered on", {",", "", "1", odd, {}, true});
 }
 
 // Every row read line by line and as a file, under both regional formats.
@@ -118,13 +135,18 @@ void TestXyzReader::readLines() {
     for (const QLocale& locale : {frenchFormat(), englishFormat()}) {
         RegionalFormatScope scope(locale);
         GestionDonnee byLine, whole;
-        for (GestionDonnee* state : {&byLine, &whole})
+        for (GestionDonnee* state : {&byLine, &whole}) {
             setReadSettings(*state, c.sep, c.other, c.incNum, QStringLiteral("0"));
+            if (c.listShown)
+                state->Grid.addItem(QStringLiteral("shown"));
+        }
         for (const QString& line : c.lines)
             ReadXyzLine(byLine, line);
         ReadXyzFile(whole, path);
+        const QStringList expected = c.points.isNull() ? PointsAsText(byLine) : items(c.points);
+        QCOMPARE(whole.CurrentMatricule.toText(), byLine.CurrentMatricule.toText());
         for (const GestionDonnee* state : {&byLine, &whole}) {
-            QCOMPARE(PointsAsText(*state), items(c.points));
+            QCOMPARE(PointsAsText(*state), expected);
             // The store keeps its empty slot behind the last point.
             QCOMPARE(state->Points.size(),
                      state->PointCount == 0 ? 0u : std::size_t(state->PointCount) + 1);

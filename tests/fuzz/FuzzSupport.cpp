@@ -1,6 +1,5 @@
 #include "FuzzSupport.h"
 
-#include "platform/TextFile.h"
 #include "state/Startup.h"
 
 #include <QDir>
@@ -9,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace fuzz {
@@ -33,26 +31,11 @@ ScratchFile::~ScratchFile() {
 }
 
 const QString& ScratchFile::write(const std::uint8_t* data, std::size_t size) {
-    const QByteArray name = QFile::encodeName(path_);
-    const int fd = ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd < 0)
-        Fail("scratch file opened", path_);
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t written = ::write(fd, data + done, size - done);
-        if (written <= 0)
-            Fail("scratch file written", path_);
-        done += std::size_t(written);
-    }
-    ::close(fd);
-    return path_;
-}
-
-QByteArray ScratchFile::readBack() const {
     QFile file(path_);
-    if (!file.open(QIODevice::ReadOnly))
-        Fail("scratch file read back", path_);
-    return file.readAll();
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        file.write(reinterpret_cast<const char*>(data), qint64(size)) != qint64(size))
+        Fail("scratch file written", path_);
+    return path_;
 }
 
 Session::Session() {
@@ -72,11 +55,6 @@ void SetRegionalFormat(bool french) {
     static const QLocale kFrench(QLocale::French, QLocale::France);
     static const QLocale kEnglish(QLocale::English, QLocale::UnitedStates);
     QLocale::setDefault(french ? kFrench : kEnglish);
-}
-
-QString TextOf(const std::uint8_t* data, std::size_t size) {
-    return platform::DecodeCp1252(
-        QByteArrayView(reinterpret_cast<const char*>(data), qsizetype(size)));
 }
 
 bool SameDouble(double a, double b) {

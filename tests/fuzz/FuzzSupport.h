@@ -39,7 +39,6 @@ public:
 
     const QString& write(const std::uint8_t* data, std::size_t size);
     const QString& path() const { return path_; }
-    QByteArray readBack() const;
 
 private:
     QString path_;
@@ -81,9 +80,6 @@ struct Session {
 
 // The regional format of the run: French (",", grouping blank) or English.
 void SetRegionalFormat(bool french);
-
-// The input's bytes from at on as text, byte by byte (Windows-1252).
-QString TextOf(const std::uint8_t* data, std::size_t size);
 
 // Same value, or both NaN; +0 and -0 differ.
 bool SameDouble(double a, double b);

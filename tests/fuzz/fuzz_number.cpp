@@ -1,15 +1,12 @@
 // The number text under both regional formats: Format with a pattern taken
 // from the input, the pattern's fast writers, Val and the locale-aware
-// conversions. Nothing crashes, the three ways of formatting agree, a plain
-// pattern's text reads back as the value it stands for, and the conversions
-// agree with one another.
+// conversions. Nothing crashes, the three ways of formatting agree, and the
+// conversions agree with one another.
 #include "FuzzSupport.h"
 
 #include "platform/RuntimeError.h"
 
-#include <QRegularExpression>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 
@@ -28,65 +25,6 @@ template <typename Conversion> std::optional<double> tried(Conversion conversion
 
 bool sameResult(const std::optional<double>& a, const std::optional<double>& b) {
     return a.has_value() == b.has_value() && (!a || SameDouble(*a, *b));
-}
-
-// A pattern of placeholders, grouping commas and one decimal point only: its
-// text is checked against the value it stands for, read back with strtod, an
-// independent reader.
-void checkPlainPattern(double value, const QString& pattern, const QString& text,
-                       const NumberFormat& fmt) {
-    static const QRegularExpression kPlain(QStringLiteral("^[0#,]*(\\.[0#]*)?$"));
-    // Rounded to 15 digits, the largest values would read back past the range.
-    if (!(std::fabs(value) < 1e308) || !kPlain.match(pattern).hasMatch() ||
-        !pattern.contains(QRegularExpression(QStringLiteral("[0#]"))))
-        return;
-    const qsizetype point = pattern.indexOf(u'.');
-    const QStringView whole = point < 0 ? QStringView(pattern) : QStringView(pattern).first(point);
-    const QStringView decimals = point < 0 ? QStringView() : QStringView(pattern).sliced(point + 1);
-    const qsizetype integerZeros = whole.count(u'0');
-    const bool grouping = whole.contains(u',');
-    const qsizetype mandatory = decimals.lastIndexOf(u'0') + 1;
-    const QString detail = QStringLiteral("%1 under \"%2\" gave \"%3\"")
-                               .arg(DefaultText(value, NumberFormat{u'.', u','}), pattern, text);
-
-    QStringView rest(text);
-    std::string plain;
-    if (rest.startsWith(u'-')) {
-        plain += '-';
-        rest = rest.sliced(1);
-    }
-    const qsizetype decimalAt = point < 0 ? -1 : rest.indexOf(fmt.decimal);
-    FUZZ_CHECK(point < 0 || decimalAt >= 0, detail);
-    const QStringView integerText = decimalAt < 0 ? rest : rest.first(decimalAt);
-    const QStringView decimalText = decimalAt < 0 ? QStringView() : rest.sliced(decimalAt + 1);
-    // The whole part: digits, grouped by three from the right when asked.
-    qsizetype digits = 0;
-    for (qsizetype i = integerText.size(); i-- > 0;) {
-        const QChar c = integerText[i];
-        if (grouping && c == fmt.group) {
-            FUZZ_CHECK(digits > 0 && digits % 3 == 0 && i > 0, detail);
-            continue;
-        }
-        FUZZ_CHECK(c >= u'0' && c <= u'9', detail);
-        ++digits;
-    }
-    for (QChar c : integerText) {
-        if (c != fmt.group)
-            plain += char(c.unicode());
-    }
-    FUZZ_CHECK(digits >= integerZeros, detail);
-    FUZZ_CHECK(decimalText.size() >= mandatory && decimalText.size() <= decimals.size(), detail);
-    plain += '.';
-    for (QChar c : decimalText) {
-        FUZZ_CHECK(c >= u'0' && c <= u'9', detail);
-        plain += char(c.unicode());
-    }
-    plain += '0';
-    const double read = std::strtod(plain.c_str(), nullptr);
-    // Rounded to the pattern's decimals, from 15 significant digits.
-    const double tolerance =
-        0.5 * std::pow(10.0, -double(decimals.size())) * (1 + 1e-9) + std::fabs(value) * 1e-14;
-    FUZZ_CHECK(std::fabs(read - value) <= tolerance, detail);
 }
 
 void checkFormat(double value, const QString& pattern, const NumberFormat& fmt) {
@@ -108,7 +46,6 @@ void checkFormat(double value, const QString& pattern, const NumberFormat& fmt) 
                 FUZZ_CHECK(static_cast<unsigned char>(c) < 0x80, text);
         }
     }
-    checkPlainPattern(value, pattern, text, fmt);
 }
 
 void checkConversions(const QString& text, const NumberFormat& fmt) {

@@ -20,26 +20,20 @@ using namespace fuzz;
 namespace {
 
 // The settings taken from the input, one UTF-8 line each, in this order.
-struct Key {
-    const char* section;
-    const char* name;
-};
-constexpr Key kKeys[] = {
-    {"App", "NbDec"},
-    {"App", "SepSys"},
-    {"App", "ExtCfg"},
-    {"Paramètre", "Separateur_Lec"},
-    {"Paramètre", "Separateur_Autre_Lec"},
-    {"Paramètre", "Separateur_Ecr"},
-    {"Paramètre", "Separateur_Autre_Ecr"},
-    {"Paramètre", "Calque_Point"},
-    {"Paramètre", "Calque_Matricule"},
-    {"Paramètre", "Calque_Z"},
-    {"Paramètre", "Fich_Dim"},
-    {"Paramètre", "Inc_Num"},
-    {"Paramètre", "Num_Premier_Pt"},
-    {"Paramètre", "Num_Pt_Dxf"},
-};
+constexpr const char* kKeys[] = {"App/NbDec",
+                                 "App/SepSys",
+                                 "App/ExtCfg",
+                                 "Paramètre/Separateur_Lec",
+                                 "Paramètre/Separateur_Autre_Lec",
+                                 "Paramètre/Separateur_Ecr",
+                                 "Paramètre/Separateur_Autre_Ecr",
+                                 "Paramètre/Calque_Point",
+                                 "Paramètre/Calque_Matricule",
+                                 "Paramètre/Calque_Z",
+                                 "Paramètre/Fich_Dim",
+                                 "Paramètre/Inc_Num",
+                                 "Paramètre/Num_Premier_Pt",
+                                 "Paramètre/Num_Pt_Dxf"};
 
 // Runs one command's work: a run-time error ends it, as the program's report
 // ends a command; anything else escapes and is a crash.
@@ -80,9 +74,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return QString::fromUtf8(line);
     };
     Session session;
-    for (const Key& key : kKeys)
-        session.settings.setValue(QString::fromUtf8(key.section), QString::fromLatin1(key.name),
-                                  nextLine());
+    for (const char* key : kKeys)
+        session.settings.values[QString::fromUtf8(key)] = nextLine();
     const QString height = nextLine();
     input.write(reinterpret_cast<const std::uint8_t*>(rest.data()), std::size_t(rest.size()));
 

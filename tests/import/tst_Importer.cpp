@@ -14,10 +14,10 @@ namespace {
 // A sample of tests/data/import read through the importer.
 struct Sample {
     const char* file;
-    ImportOptions options;
-    QString layout;   // DescribeLayout, or the note of a drawing
-    QString points;   // "name|x|y|z", " & " between points
-    QString rejected; // "line: reason", " & " between rows
+    QString layout;          // DescribeLayout, or the note of a drawing
+    QString points;          // "name|x|y|z", " & " between points
+    QString rejected = {};   // "line: reason", " & " between rows
+    ImportOptions options{}; // what the user fixed
 };
 
 struct Split {
@@ -66,146 +66,81 @@ private slots:
 
 void TestImporter::samples_data() {
     Rows<Sample> row;
-    const QString utf8 = QStringLiteral("encodage UTF-8, ");
+    const QString comma = QStringLiteral("encodage UTF-8, séparateur virgule, décimale point, ");
+    const QString semicolon =
+        QStringLiteral("encodage UTF-8, séparateur point-virgule, décimale virgule, ");
     row("PNEZD, LF, code column",
-        {"pnezd-code.csv",
-         {},
-         utf8 + "séparateur virgule, décimale point, sans en-tête, colonnes id,x,y,z,-",
-         "1|1000|2000|100 & 2|1010.25|2005.125|101.5 & 3|1020.5|2010.75|99.875",
-         ""});
+        {"pnezd-code.csv", comma + "sans en-tête, colonnes id,x,y,z,-",
+         "1|1000|2000|100 & 2|1010.25|2005.125|101.5 & 3|1020.5|2010.75|99.875"});
     row("trailing separator",
-        {"trailing-separator.csv",
-         {},
-         utf8 + "séparateur virgule, décimale point, sans en-tête, colonnes id,x,y,z,-",
+        {"trailing-separator.csv", comma + "sans en-tête, colonnes id,x,y,z,-",
          "101|5432.1234|8765.4321|2444.1616 & 102|5433.0001|8766.0002|2445.5 & "
-         "103|5434.5|8767.25|2446.125",
-         ""});
+         "103|5434.5|8767.25|2446.125"});
     row("Spanish and Portuguese header",
-        {"header-codigo.csv",
-         {},
-         utf8 + "séparateur virgule, décimale point, 1 ligne d'en-tête, colonnes id,x,y,z,-,-",
-         "P1|350123.456|4650123.789|512.3 & P2|350130.001|4650130.002|513.04",
-         ""});
+        {"header-codigo.csv", comma + "1 ligne d'en-tête, colonnes id,x,y,z,-,-",
+         "P1|350123.456|4650123.789|512.3 & P2|350130.001|4650130.002|513.04"});
     row("num point; decimal comma",
-        {"num-point-semicolon.csv",
-         {},
-         utf8 + "séparateur point-virgule, décimale virgule, 1 ligne d'en-tête, colonnes id,x,y,z",
-         "1|652100.12|6862300.45|35.7 & 2|652110.5|6862310.25|36.125",
-         ""});
+        {"num-point-semicolon.csv", semicolon + "1 ligne d'en-tête, colonnes id,x,y,z",
+         "1|652100.12|6862300.45|35.7 & 2|652110.5|6862310.25|36.125"});
     row("quoted X Y Z and a time",
         {"quoted-xyz-offset.csv",
-         {},
-         utf8 + "séparateur virgule, décimale point, 1 ligne d'en-tête, colonnes x,y,z,- "
-                "(points numérotés à partir de 1)",
-         "1|489123.25|5456789.5|212.75 & 2|489124.5|5456790.75|212.5",
-         ""});
+         comma + "1 ligne d'en-tête, colonnes x,y,z,- (points numérotés à partir de 1)",
+         "1|489123.25|5456789.5|212.75 & 2|489124.5|5456790.75|212.5"});
     row("aligned, fourth column",
         {"aligned-fourth.txt",
-         {},
-         utf8 + "séparateur blancs, décimale point, sans en-tête, colonnes x,y,z,- "
-                "(points numérotés à partir de 1)",
+         "encodage UTF-8, séparateur blancs, décimale point, sans en-tête, colonnes x,y,z,- "
+         "(points numérotés à partir de 1)",
          "1|289814.15|4320978.61|170.76 & 2|289815.05|4320979.22|170.81 & "
-         "3|289816.4|4320980.03|170.69",
-         ""});
+         "3|289816.4|4320980.03|170.69"});
     row("point, northing, easting",
-        {"point-northing-easting.csv",
-         {},
-         utf8 + "séparateur virgule, décimale point, 1 ligne d'en-tête, colonnes id,y,x,z,-",
-         "1000|3000.5|5000.125|250.25 & 1001|3010.25|5010.875|251.5",
-         ""});
-    row("quoted fields with commas",
-        {"quoted-commas.csv",
-         {},
-         utf8 + "séparateur virgule, décimale point, 1 ligne d'en-tête, colonnes id,x,y,z,-",
-         "P,1|1000.5|2000.25|10 & Q \"2\"|1001.75|2001.5|11.125",
-         ""});
+        {"point-northing-easting.csv", comma + "1 ligne d'en-tête, colonnes id,y,x,z,-",
+         "1000|3000.5|5000.125|250.25 & 1001|3010.25|5010.875|251.5"});
     row("decimal comma, no header",
-        {"decimal-comma.csv",
-         {},
-         utf8 + "séparateur point-virgule, décimale virgule, sans en-tête, colonnes id,x,y,z",
-         "A1|1234.567|7654.321|12.5 & A2|1235.5|7655.25|13.75",
-         ""});
+        {"decimal-comma.csv", semicolon + "sans en-tête, colonnes id,x,y,z",
+         "A1|1234.567|7654.321|12.5 & A2|1235.5|7655.25|13.75"});
     row("UTF-8 with BOM, tabs",
         {"utf8-bom-tab.txt",
-         {},
          "encodage UTF-8 avec BOM, séparateur tabulation, décimale point, 1 ligne d'en-tête, "
          "colonnes id,x,y,z",
-         "Marco-ç|512000.5|7450000.25|820.125 & Árvore|512010.75|7450010.5|821.5",
-         ""});
+         "Marco-ç|512000.5|7450000.25|820.125 & Árvore|512010.75|7450010.5|821.5"});
     row("UTF-8, bars",
         {"utf8-pipe.txt",
-         {},
-         utf8 + "séparateur barre verticale, décimale point, 1 ligne d'en-tête, colonnes id,x,y,z",
-         "Église|600100.1|2400200.2|150.3 & Côte|600110.4|2400210.5|151.6",
-         ""});
-    row("UTF-16LE with BOM",
-        {"utf16le-bom.csv",
-         {},
-         "encodage UTF-16LE, séparateur virgule, décimale point, 1 ligne d'en-tête, "
+         "encodage UTF-8, séparateur barre verticale, décimale point, 1 ligne d'en-tête, "
          "colonnes id,x,y,z",
-         "TP1|400000.125|5600000.25|45.5 & TP2|400010.5|5600010.75|46.25",
-         ""});
-    row("Windows-1252",
-        {"cp1252.csv",
-         {},
-         "encodage Windows-1252, séparateur point-virgule, décimale virgule, 1 ligne d'en-tête, "
-         "colonnes id,x,y,z",
-         "Carrefour é|700000.5|6600000.25|88.75 & Fontaine à|700010.25|6600010.5|89.5",
-         ""});
-    row("CR only", {"cr-only.txt",
-                    {},
-                    utf8 + "séparateur blancs, décimale point, sans en-tête, colonnes x,y,z "
-                           "(points numérotés à partir de 1)",
-                    "1|1000.5|2000.5|10.25 & 2|1001.5|2001.5|11.5 & 3|1002.5|2002.5|12.75",
-                    ""});
-    row("mixed line ends",
-        {"mixed-ends.txt",
-         {},
-         utf8 + "séparateur virgule, décimale point, sans en-tête, colonnes id,x,y,z",
-         "1|100.5|200.5|1.5 & 2|101.5|201.5|2.5 & 3|102.5|202.5|3.5 & 4|103.5|203.5|4.5",
-         ""});
+         "Église|600100.1|2400200.2|150.3 & Côte|600110.4|2400210.5|151.6"});
     row("full precision, names as written",
-        {"precision.csv",
-         {},
-         utf8 + "séparateur virgule, décimale point, 1 ligne d'en-tête, colonnes id,x,y,z",
-         "007|0.1|-12345678.12345679|0.001 & P 2|123456789012.345|5e-324|0",
-         ""});
+        {"precision.csv", comma + "1 ligne d'en-tête, colonnes id,x,y,z",
+         "007|0.1|-12345678.12345679|0.001 & P 2|123456789012.345|5e-324|0"});
     row("bad rows",
-        {"bad-rows.csv",
-         {},
-         utf8 + "séparateur virgule, décimale point, 1 ligne d'en-tête, colonnes id,x,y,z,-",
+        {"bad-rows.csv", comma + "1 ligne d'en-tête, colonnes id,x,y,z,-",
          "1|1000|2000|100 & 5|1004|2004|0 & 7|1006|2006|106",
          "3: X manquant & 4: Y n'est pas un nombre : « abc » & "
          "5: trop peu de colonnes (2 au lieu d'au moins 3) & 8: Z n'est pas un nombre : « 12x » & "
          "10: X n'est pas un nombre : « inf » & 11: Y n'est pas un nombre : « 2 010,5 »"});
     // What the user fixes wins over what is found.
     row("columns given",
-        {"pnezd-code.csv", columns("-,y,x,id"),
-         utf8 + "séparateur virgule, décimale point, sans en-tête, colonnes -,y,x,id",
-         "100.000|2000|1000|0 & 101.500|2005.125|1010.25|0 & 99.875|2010.75|1020.5|0", ""});
+        {"pnezd-code.csv",
+         comma + "sans en-tête, colonnes -,y,x,id",
+         "100.000|2000|1000|0 & 101.500|2005.125|1010.25|0 & 99.875|2010.75|1020.5|0",
+         {},
+         columns("-,y,x,id")});
     row("lines skipped, header named",
-        {"header-codigo.csv", columns("id,x,y", 2),
-         utf8 + "séparateur virgule, décimale point, 1 ligne d'en-tête (2 lignes sautées), "
-                "colonnes id,x,y",
-         "P2|350130.001|4650130.002|0", ""});
+        {"header-codigo.csv",
+         comma + "1 ligne d'en-tête (2 lignes sautées), colonnes id,x,y",
+         "P2|350130.001|4650130.002|0",
+         {},
+         columns("id,x,y", 2)});
     row("nothing skipped: the header is a bad row",
-        {"num-point-semicolon.csv", columns("id,x,y,z", 0),
-         utf8 + "séparateur point-virgule, décimale virgule, sans en-tête, colonnes id,x,y,z",
+        {"num-point-semicolon.csv", semicolon + "sans en-tête, colonnes id,x,y,z",
          "1|652100.12|6862300.45|35.7 & 2|652110.5|6862310.25|36.125",
-         "1: X n'est pas un nombre : « x »"});
+         "1: X n'est pas un nombre : « x »", columns("id,x,y,z", 0)});
     // Drawings: only the POINTs of ENTITIES, numbered from Num_Pt_Dxf (1).
     row("R12 drawing, CR LF",
-        {"r12-crlf.dxf",
-         {},
-         "",
-         "1|652100.125|6862300.5|35.75 & 2|652110.25|6862310.125|36.5 & 3|-12.5|1e-06|0",
-         ""});
-    row("2018 drawing, LF", {"2018-lf.dxf",
-                             {},
-                             "",
-                             "1|489123.2512|5456789.5034|212.7501 & 2|489124.5|5456790.75|212.5",
-                             ""});
-    row("drawing without POINT", {"no-point.dxf", {}, "aucune entité POINT", "", ""});
+        {"r12-crlf.dxf", "",
+         "1|652100.125|6862300.5|35.75 & 2|652110.25|6862310.125|36.5 & 3|-12.5|1e-06|0"});
+    row("2018 drawing, LF",
+        {"2018-lf.dxf", "", "1|489123.2512|5456789.5034|212.7501 & 2|489124.5|5456790.75|212.5"});
+    row("drawing without POINT", {"no-point.dxf", "aucune entité POINT", ""});
 }
 
 // Every sample gives its points exactly, and every row left aside is told
@@ -260,6 +195,10 @@ void TestImporter::decoding_data() {
     row("invalid UTF-8 is Windows-1252", {"\xe9t\xe9\x80", "Windows-1252", "[été€]"});
     row("UTF-8 BOM", {"\xef\xbb\xbf\xc3\xa9\r\n", "UTF-8 avec BOM", "[é]"});
     row("UTF-16BE BOM", {QByteArray("\xfe\xff\0a\0\r\0\n\0\xe9", 10), "UTF-16BE", "[a] & [é]"});
+    row("UTF-16LE BOM", {QByteArray("\xff\xfe"
+                                    "a\0\r\0\xe9\0",
+                                    8),
+                         "UTF-16LE", "[a] & [é]"});
     row("UTF-16LE without BOM", {QByteArray("1\0,\0"
                                             "2\0\n\0"
                                             "3\0,\0"
