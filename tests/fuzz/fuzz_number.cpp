@@ -5,6 +5,7 @@
 #include "FuzzSupport.h"
 
 #include "platform/RuntimeError.h"
+#include "platform/TextFile.h"
 
 #include <cmath>
 #include <cstring>
@@ -73,6 +74,19 @@ void checkConversions(const QString& text, const NumberFormat& fmt) {
         const std::optional<double> valBytes =
             tried([&] { return Val(QLatin1StringView(bytes.constData(), bytes.size())); });
         FUZZ_CHECK(sameResult(val, valBytes), text);
+        // Read where a file holds them, the bytes give what their decoded
+        // text gives.
+        const QString decoded = DecodeCp1252(bytes);
+        double fromBytes = 0, fromText = 0;
+        const bool readsBytes = ReadLocaleNumberCp1252(bytes, fmt, fromBytes);
+        FUZZ_CHECK(readsBytes == ReadLocaleNumber(decoded, fmt, fromText), text);
+        FUZZ_CHECK(!readsBytes || SameDouble(fromBytes, fromText), text);
+        QString pointed = decoded;
+        if (const qsizetype comma = pointed.indexOf(u','); comma >= 0)
+            pointed[comma] = u'.';
+        FUZZ_CHECK(sameResult(tried([&] { return ValFirstCommaAsPoint(bytes); }),
+                              tried([&] { return Val(pointed); })),
+                   text);
     }
     Format(text, QStringView(text));
 }
