@@ -222,6 +222,7 @@ void TestForm3::deleteThenSearch() {
     f.open("mod_pt");
     QCOMPARE(f.text("Text4"), QStringLiteral("B"));
     f.click("Command2");
+    QVERIFY(!f.editor());
 
     // Found in the store as entry 1, B is edited there and in list row 2,
     // which showed C, whatever row is current.
