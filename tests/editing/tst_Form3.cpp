@@ -1,7 +1,6 @@
 #include "ProgramFixture.h"
 #include "TestRunner.h"
 
-#include "editing/EditingCommands.h"
 #include "editing/Form3.h"
 #include "editing/PointEditing.h"
 
@@ -19,15 +18,14 @@ const QString inUse =
 const std::vector<PointRecord> abc{
     {652345.678, 6862104.512, 152.304, "A"}, {1.5, 2, 3, "B"}, {7, 8, 9, "C"}};
 
-// The main window with the editing commands and the points A, B, C.
-struct Fixture : WindowFixture {
-    explicit Fixture(bool withPoints = true)
-        : WindowFixture(withPoints ? abc : std::vector<PointRecord>()) {
-        InstallEditingCommands(window);
-        window.show();
-    }
+// The program's main window, with the points A, B, C unless told otherwise.
+struct Fixture : ProgramFixture {
+    explicit Fixture(const std::vector<PointRecord>& points = abc) : ProgramFixture(points) {}
     // The list row made current as a click on it does.
-    void selectRow(int row) { window.grid()->setCurrentIndex(state.Grid.index(row - 1, 0)); }
+    void selectRow(int row) {
+        window.grid()->selectionModel()->clearCurrentIndex();
+        window.grid()->setCurrentIndex(state.Grid.index(row - state.Grid.fixedRows(), 0));
+    }
     // Runs a command and makes the editor it opens the active window.
     void open(const char* item) {
         // An editor closed before is deleted first, as between two commands.
@@ -39,19 +37,21 @@ struct Fixture : WindowFixture {
         // The main window waits for the editor: no command, no list.
         QVERIFY(!window.menuBar()->isEnabled() && !window.centralWidget()->isEnabled());
     }
-    Form3* editor() const {
-        for (QWidget* widget : QApplication::topLevelWidgets()) {
-            if (widget->objectName() == QLatin1String("Form3") && widget->isVisible())
-                return static_cast<Form3*>(widget);
-        }
-        return nullptr;
-    }
+    Form3* editor() const { return static_cast<Form3*>(topLevel(QStringLiteral("Form3"))); }
     template <typename T = QLineEdit> T* control(const QString& name) const {
         return editor()->findChild<T*>(name);
     }
     QString text(const QString& name) const { return control(name)->text(); }
     QString fields() const {
         return QStringList{text("Text4"), text("Text1"), text("Text2"), text("Text3")}.join(u'|');
+    }
+    // Command1's caption, both buttons' top and the editor's height, in twips.
+    QString layout() const {
+        const auto twips = [](int pixels) { return QString::number(pixels * 15); };
+        return QStringList{control<QPushButton>("Command1")->text(),
+                           twips(control<QPushButton>("Command1")->y()),
+                           twips(control<QPushButton>("Command2")->y()), twips(editor()->height())}
+            .join(u' ');
     }
     void click(const QString& button) { control<QPushButton>(button)->click(); }
     // Goes to the field, as the user does, and types over its text.
@@ -82,32 +82,33 @@ struct Edit {
     QString stored; // the point after "Ok"
     QString listed; // its row
     QStringList boxes = {};
+    bool byReturn = false; // "Ok" by the Return key
+    int fixedRows = 1;     // none after reading into an empty list
+    QString current = {};  // CurrentMatricule once the editor is open, "" as the command set it
 };
 
-// One search over the store, as the editor runs it.
-struct Walk {
-    QString fields;    // Text4|Text1|Text2|Text3 after "Ok"
+// One search over the points below, as typed into the editor.
+struct Search {
+    QString typed;     // Text4|Text1|Text2|Text3
+    bool everyField;   // "Rechercher tous les éléments"
     QString answers;   // Y, N, C: one per find
     QStringList found; // identifiers announced, then "end" when finished
-    SearchOutcome::Kind outcome;
-    int index;
-    double count = 4; // PointCount
+    QString after;     // the fields, "" once the editor is closed
+    bool noPoint = false;
 };
 
 } // namespace
 Q_DECLARE_METATYPE(Edit)
-Q_DECLARE_METATYPE(Walk)
+Q_DECLARE_METATYPE(Search)
 
 class TestForm3 : public QObject {
     Q_OBJECT
 private slots:
     void editPoint_data();
     void editPoint();
-    void modifyNeedsAPointRow();
-    void returnAndEscape();
     void deleteThenSearch();
-    void walk_data();
-    void walk();
+    void search_data();
+    void search();
     void otherWindowsStayUsable();
 };
 
@@ -126,14 +127,35 @@ void TestForm3::editPoint_data() {
                                     "A|1.23456|7|0", "A|1,235|7,000|0,000"});
     // Typed under a point-decimal format the commas group digits and pass;
     // "Ok" reads the first one as the decimal mark.
-    row("enter en", {false, "ent_pt", " P2|1.25|2,5|1.2.3", " P2|1,25|2,5|1,2,3",
-                     " P2|1.25|2.5|1.2", " P2|1.250|2.500|1.200"});
+    row("enter en, by Return", {false,
+                                "ent_pt",
+                                " P2|1.25|2,5|1.2.3",
+                                " P2|1,25|2,5|1,2,3",
+                                " P2|1.25|2.5|1.2",
+                                " P2|1.250|2.500|1.200",
+                                {},
+                                true});
     const QString a = QStringLiteral("A|10.25|6862104.512|152.304");
     const QString listed = QStringLiteral("A|10,250|6862104,512|152,304");
     row("modify", {true, "mod_pt", "~|10.25|~|~", "A|10,25|6862104,512|152,304", a, listed});
-    // The list is searched for the point's own identifier, always there:
-    // every change of identifier is refused and undone.
+    // Row 1 is the first point's, header fixed or not.
+    row("modify, header not fixed", {true, "mod_pt", "~|10.25|~|~", "", a, listed, {}, false, 0});
+    // The list is searched for CurrentMatricule, the point's own identifier,
+    // always there: every change of identifier is refused and undone. The
+    // header row is searched too.
     row("new identifier undone", {true, "mod_pt", "Z9|10.25|~|~", "", a, listed, {inUse}});
+    row("identifier of the header row",
+        {true, "mod_pt", "Z9|10.25|~|~", "", a, listed, {inUse}, false, 1, "Matricule"});
+    row("identifier listed nowhere", {true,
+                                      "mod_pt",
+                                      "Z9|10.25|~|~",
+                                      "",
+                                      "Z9" + a.mid(1),
+                                      "Z9" + listed.mid(1),
+                                      {},
+                                      false,
+                                      1,
+                                      "nowhere"});
     row("emptied identifier kept", {true, "mod_pt", "|10.25|~|~", "", a.mid(1), listed.mid(1)});
 }
 
@@ -141,17 +163,23 @@ void TestForm3::editPoint() {
     QFETCH(Edit, c);
     RegionalFormatScope scope(c.french ? frenchFormat() : englishFormat());
     Fixture f;
+    f.state.Grid.setFixedRows(c.fixedRows);
     f.selectRow(1);
     f.open(c.command.toLatin1().constData());
     const bool modify = c.command == QLatin1String("mod_pt");
     if (modify) // every digit of the stored value, not the list's format
         QCOMPARE(f.fields(), QStringLiteral("A|652345,678|6862104,512|152,304"));
+    if (!c.current.isEmpty())
+        f.state.CurrentMatricule = c.current;
     const QString last = f.typeAll(c.typed);
     if (!c.shown.isEmpty())
         QCOMPARE(f.fields(), c.shown);
     QCOMPARE(shownBoxes(f.boxes), c.boxes);
     QVERIFY(f.control(last)->hasFocus()); // a refusal leaves the focus where the user put it
-    f.click("Command1");
+    if (c.byReturn)
+        QTest::keyClick(f.control(last), Qt::Key_Return);
+    else
+        f.click("Command1");
 
     QVERIFY(!f.editor());
     QVERIFY(f.window.centralWidget()->isEnabled() && f.window.menuBar()->isEnabled());
@@ -163,109 +191,46 @@ void TestForm3::editPoint() {
     QCOMPARE(f.countLabel(), QStringLiteral("Nombre de points : %1").arg(modify ? 3 : 4));
 }
 
-// Return runs "Ok" (or "Rechercher") from any field, Escape "Annuler".
-void TestForm3::returnAndEscape() {
-    Fixture f;
-    f.open("ent_pt");
-    f.type("Text4", QStringLiteral("Z9"));
-    f.type("Text1", QStringLiteral("1"));
-    f.type("Text2", QStringLiteral("2"));
-    f.type("Text3", QStringLiteral("3"));
-    QTest::keyClick(f.control(QStringLiteral("Text3")), Qt::Key_Return);
-    QVERIFY(!f.editor());
-    QCOMPARE(f.state.PointCount, 4.0);
-    QCOMPARE(f.state.Points[3].Matricule, QStringLiteral("Z9"));
-    for (const char* command : {"ent_pt", "rech"}) {
-        f.open(command);
-        f.type("Text1", QStringLiteral("5"));
-        QTest::keyClick(f.control(QStringLiteral("Text1")), Qt::Key_Escape);
-        QVERIFY(!f.editor());
-        QVERIFY(f.window.centralWidget()->isEnabled() && f.window.menuBar()->isEnabled());
-    }
-    QCOMPARE(f.state.PointCount, 4.0);
-}
-
-void TestForm3::modifyNeedsAPointRow() {
-    Fixture none(false);
-    none.trigger("mod_pt");
-    QVERIFY(!none.editor());
-    Fixture f;
-    f.state.Grid.setRow(0); // the header row
-    f.trigger("mod_pt");
-    QVERIFY(!f.editor());
-
-    // A double click on a point row: a click, then the double-click event.
-    QTableView* view = f.window.grid();
-    const QPoint at = view->visualRect(f.state.Grid.index(2, 1)).center();
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, at);
-    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, at);
-    QVERIFY(f.editor());
-    QCOMPARE(f.text("Text4"), QStringLiteral("C"));
-    // "Annuler" changes nothing, and the editor is gone for good: the next
-    // command opens a fresh one.
-    QPointer<Form3> editor(f.editor());
-    f.type("Text1", QStringLiteral("5"));
-    f.click("Command2");
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(editor.isNull());
-    QVERIFY(f.window.isEnabled());
-    QCOMPARE(pointText(f.state.Points[2]), pointText(abc[2]));
-    QCOMPARE(f.state.DataModified, false);
-    QVERIFY(f.boxes.boxes().empty() && none.boxes.boxes().empty());
-}
-
+// Deleting removes only the list's row; the store is still searched and
+// edited by its own index.
 void TestForm3::deleteThenSearch() {
     RegionalFormatScope scope(frenchFormat());
     Fixture f;
+    // With the header row current neither command does anything.
     f.state.Grid.setRow(0);
-    f.trigger("sup_pt"); // the header row is never deleted
+    f.trigger("sup_pt");
+    f.trigger("mod_pt");
+    QVERIFY(!f.editor());
     QCOMPARE(f.state.Grid.rows(), 4);
     // Only the list row goes, without a question; the store keeps the point.
     f.selectRow(1);
     f.trigger("sup_pt");
     QCOMPARE(f.countLabel(), QStringLiteral("Nombre de points : 2"));
     QCOMPARE(f.state.PointCount, 3.0);
-    QCOMPARE(f.state.DataModified, false);
     // The current row stays where it was, now showing B: modifying it edits
-    // store entry 0, still A.
+    // store entry 0, still A. Escape cancels, changing nothing.
     QCOMPARE(f.state.Grid.row(), 1);
     f.open("mod_pt");
     QCOMPARE(f.text("Text4"), QStringLiteral("A"));
-    f.click("Command2");
+    f.type("Text1", QStringLiteral("5"));
+    QTest::keyClick(f.control(QStringLiteral("Text1")), Qt::Key_Escape);
+    QVERIFY(!f.editor());
+    QCOMPARE(pointText(f.state.Points[0]), pointText(abc[0]));
+    QCOMPARE(f.state.DataModified, false);
     // Row 2 now shows C, but modifying it edits store entry 1, still B.
     f.selectRow(2);
     f.open("mod_pt");
     QCOMPARE(f.text("Text4"), QStringLiteral("B"));
     f.click("Command2");
-
-    f.open("rech");
-    QCOMPARE(f.control<QPushButton>("Command1")->text(), QStringLiteral("Rechercher"));
-    QVERIFY(f.control<QRadioButton>("Option1")->isChecked());
-    // Cancel: the editor waits, still searching, with empty fields.
-    f.typeAll(QStringLiteral("B|1.5|2|3"));
-    f.boxes.answerMessage(MsgAnswer::Cancel);
-    f.click("Command1");
-    QVERIFY(f.editor());
-    QCOMPARE(f.fields(), QStringLiteral("|||"));
-    QCOMPARE(f.control<QPushButton>("Command1")->text(), QStringLiteral("Rechercher"));
-    // "Tous les éléments" never finds anything.
-    f.typeAll(QStringLiteral("B|1.5|2|3"));
-    f.control<QRadioButton>("Option2")->click();
-    f.boxes.answerMessage(MsgAnswer::Ok);
-    f.click("Command1");
     QVERIFY(!f.editor());
-    QVERIFY(f.window.isEnabled());
 
-    // Yes: the editor modifies the point found, whatever row is current. The
-    // store is walked, so B is found as store entry 1, which rewrites list
-    // row 2, showing C.
+    // Found in the store as entry 1, B is edited there and in list row 2,
+    // which showed C, whatever row is current.
     f.selectRow(1);
     f.open("rech");
     f.typeAll(QStringLiteral("B|~|~|~"));
     f.boxes.answerMessage(MsgAnswer::Yes);
     f.click("Command1");
-    QCOMPARE(f.control<QPushButton>("Command1")->text(), QStringLiteral("Ok"));
-    QVERIFY(!f.control<QRadioButton>("Option1")->isVisible());
     f.type("Text3", QStringLiteral("4.5"));
     f.click("Command1");
     QVERIFY(!f.editor());
@@ -275,71 +240,87 @@ void TestForm3::deleteThenSearch() {
     // A rebuild of the list brings every point of the store back.
     f.state.RefreshPointList();
     QCOMPARE(gridColumn(f.state, 0), items("A & B & C"));
-
-    QCOMPARE(f.boxes.unusedAnswers(), 0u);
-    const QString found = QStringLiteral("Point Trouvé: Point trouvé\rNum= B\rX= 1,5\rY= 2\rZ= 3"
-                                         "\r\rVoulez vous l'éditer ? [information yesnocancel]");
-    QCOMPARE(
-        shownBoxes(f.boxes),
-        (QStringList{found, "Recherche Terminée: Recherche terminée [information ok]", found}));
+    QCOMPARE(shownBoxes(f.boxes),
+             QStringList{"Point Trouvé: Point trouvé\rNum= B\rX= 1,5\rY= 2\rZ= 3\r\rVoulez vous "
+                         "l'éditer ? [information yesnocancel]"});
 }
 
-void TestForm3::walk_data() {
-    Rows<Walk> row;
-    const auto finished = SearchOutcome::Finished;
-    // Fields left empty were turned into "0": every zero coordinate matches,
-    // as does every empty identifier.
-    row("empty fields", {"|0|0|0", "NN", {"B", "", "end"}, finished, 4});
-    row("identifier or coordinate", {" A |7|0|6", "NNN", {"A", "", " C", "end"}, finished, 4});
-    row("yes stops", {"x|4|0|0", "Y", {"B"}, SearchOutcome::Edit, 1});
-    row("cancel stops", {"x|1|2|0", "NC", {"A", "B"}, SearchOutcome::Cancelled, 1});
-    row("no tolerance", {"x|0,1000000001|-2|9,0", "N", {"", "end"}, finished, 4});
-    row("stored leading blank", {" C|-1|-1|-1", "", {"end"}, finished, 4});
-    row("no points", {"|0|0|0", "", {"end"}, finished, 0, 0});
+void TestForm3::search_data() {
+    Rows<Search> row;
+    // Fields left empty become "0": every zero coordinate matches, as does
+    // every empty identifier; the empty slot behind the last point is never
+    // walked. No answers Yes, Cancel stop the walk.
+    row("empty fields", {"|||", false, "NN", {"B", "", "end"}, ""});
+    row("identifier or coordinate", {" A |7|0|6", false, "NNN", {"A", "", " C", "end"}, ""});
+    row("yes: the point edited", {"x|4|0|0", false, "Y", {"B"}, "B|4|5|0"});
+    row("cancel: searching again", {"x|1|2|0", false, "NC", {"A", "B"}, "|||"});
+    row("no tolerance", {"x|0,1000000001|-2|9,0", false, "N", {"", "end"}, ""});
+    row("stored leading blank", {" C|-1|-1|-1", false, "", {"end"}, ""});
+    row("every field, never found", {"A|1|2|3", true, "", {"end"}, ""});
+    row("no point", {"|||", false, "", {"end"}, "", true});
 }
 
-void TestForm3::walk() {
-    QFETCH(Walk, c);
+void TestForm3::search() {
+    QFETCH(Search, c);
     RegionalFormatScope scope(frenchFormat());
-    ScriptedDialogs boxes;
+    // An empty identifier, zeros, a leading blank, a long decimal expansion.
+    Fixture f(c.noPoint ? std::vector<PointRecord>()
+                        : std::vector<PointRecord>{
+                              {1, 2, 3, "A"}, {4, 5, 0, "B"}, {7, 8, 9, ""}, {0.1, 2, 6, " C"}});
     for (QChar answer : c.answers)
-        boxes.answerMessage(MsgAnswer(QStringLiteral("OYNC").indexOf(answer)));
-    const bool finished = c.outcome == SearchOutcome::Finished;
-    if (finished)
-        boxes.answerMessage(MsgAnswer::Ok);
-    // An empty identifier, zeros, a leading blank, a long decimal expansion;
-    // the store keeps an empty slot behind its last point, never walked.
-    const std::vector<PointRecord> points{
-        {1, 2, 3, "A"}, {4, 5, 0, "B"}, {7, 8, 9, ""}, {0.1, 2, 6, " C"}, {}};
-    const QStringList f = c.fields.split(u'|');
-    const SearchOutcome result = SearchPoints(points, c.count, PointFields{f[0], f[1], f[2], f[3]},
-                                              SearchRule::AnyField, boxes);
-    QCOMPARE(result.kind, c.outcome);
-    QCOMPARE(int(result.index), c.index);
-    QCOMPARE(boxes.unusedAnswers(), 0u);
+        f.boxes.answerMessage(MsgAnswer(QStringLiteral("OYNC").indexOf(answer)));
+    if (c.found.endsWith(QStringLiteral("end")))
+        f.boxes.answerMessage(MsgAnswer::Ok);
+    f.open("rech");
+    QCOMPARE(f.layout(), QStringLiteral("Rechercher 900 900 1695"));
+    QVERIFY(f.control<QRadioButton>("Option1")->isChecked());
+    f.typeAll(c.typed);
+    if (c.everyField)
+        f.control<QRadioButton>("Option2")->click();
+    f.click("Command1");
+    QCOMPARE(f.boxes.unusedAnswers(), 0u);
     QStringList announced; // the identifier of each point found, then "end"
-    for (const RecordedBox& box : boxes.boxes())
+    for (const RecordedBox& box : f.boxes.boxes())
         announced << (box.prompt == QStringLiteral("Recherche terminée")
                           ? QStringLiteral("end")
                           : box.prompt.section(u'\r', 1, 1).mid(5));
     QCOMPARE(announced, c.found);
+    QCOMPARE(f.editor() ? f.fields() : QString(), c.after);
+    if (!f.editor())
+        return;
+    const bool edit = c.answers.endsWith(u'Y');
+    QCOMPARE(f.layout(),
+             edit ? QStringLiteral("Ok 540 540 1320") : QStringLiteral("Rechercher 900 900 1695"));
+    QCOMPARE(f.control<QRadioButton>("Option1")->isVisible(), !edit);
+    QCOMPARE(f.state.EditMode, edit ? editmode::Modify : editmode::Search);
 }
 
-// While the editor is open only the main window waits: the other windows
-// take clicks and their menus, and the main window's close box is ignored
-// rather than lose the point being typed.
+// A double click on the list's first point row opens the editor on that
+// point. While it is open only the main window waits: the other windows
+// (one of each, however often their item is chosen) take clicks and their
+// menus, and the main window's close box is ignored rather than lose the
+// point being typed. Closed, a window is gone, and its item opens a fresh one.
 void TestForm3::otherWindowsStayUsable() {
     ProgramFixture f(abc);
     const QStringList others{"frmVisualisation", "Form2", "Form5", "FormatDonnee"};
-    for (const char* item : {"view", "para", "MnuImmatriculation", "Mnu_Format"})
+    for (const char* item : {"view", "para", "MnuImmatriculation", "Mnu_Format"}) {
         f.trigger(item);
-    f.trigger("ent_pt");
+        f.trigger(item);
+    }
+    QTableView* list = f.window.grid();
+    const QPoint first = list->visualRect(f.state.Grid.index(0, 1)).center();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, first);
+    QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, first);
     QWidget* editor = f.topLevel(QStringLiteral("Form3"));
     QVERIFY(editor);
-    QTest::keyClicks(child<QLineEdit>(editor, "Text4"), QStringLiteral("Z9"));
+    QCOMPARE(child<QLineEdit>(editor, "Text4")->text(), QStringLiteral("A"));
+    auto* z = child<QLineEdit>(editor, "Text3");
+    z->selectAll();
+    QTest::keyClicks(z, QStringLiteral("4.5"));
     for (const QString& name : others) {
         QWidget* other = f.topLevel(name);
-        QVERIFY2(other && other->isEnabled(), qPrintable(name));
+        QVERIFY2(other && other->isEnabled() && !other->isModal(), qPrintable(name));
+        QCOMPARE(f.window.findChildren<QWidget*>(name).size(), 1);
     }
     auto* view = f.topLevel(QStringLiteral("frmVisualisation"));
     QVERIFY(view->findChild<QAction*>(QStringLiteral("MnuZoomp"))->isEnabled());
@@ -349,11 +330,20 @@ void TestForm3::otherWindowsStayUsable() {
     f.window.close();
     QVERIFY(f.window.isVisible());
     QVERIFY(f.boxes.boxes().empty());
-    QCOMPARE(child<QLineEdit>(editor, "Text4")->text(), QStringLiteral("Z9"));
+    QCOMPARE(z->text(), QStringLiteral("4,5"));
     child<QPushButton>(editor, "Command1")->click();
-    QCOMPARE(f.state.PointCount, 4.0);
-    QCOMPARE(f.state.Points[3].Matricule, QStringLiteral("Z9"));
+    QCOMPARE(pointText(f.state.Points[0]), QStringLiteral("A|652345.678|6862104.512|4.5"));
     QVERIFY(f.window.menuBar()->isEnabled() && f.window.centralWidget()->isEnabled());
+
+    child<QLineEdit>(f.topLevel(QStringLiteral("Form5")), "Text1")->setText(QStringLiteral("7"));
+    for (const QString& name : others)
+        f.topLevel(name)->close();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    for (const QString& name : others)
+        QVERIFY2(!f.window.findChild<QWidget*>(name), qPrintable(name));
+    f.trigger("MnuImmatriculation");
+    QCOMPARE(child<QLineEdit>(f.topLevel(QStringLiteral("Form5")), "Text1")->text(),
+             QStringLiteral("1"));
 }
 
 TOVALIN_TEST(TestForm3)

@@ -77,7 +77,6 @@ class TestFormatDonnee : public QObject {
 private slots:
     void okRewritesTheList_data();
     void okRewritesTheList();
-    void rowsFollowTheStoreIndex();
     void rewriteAgreesCellByCell_data();
     void rewriteAgreesCellByCell();
 };
@@ -163,26 +162,6 @@ void TestFormatDonnee::okRewritesTheList() {
     QCOMPARE(f.state.Settings.SepSys, flag);
 }
 
-void TestFormatDonnee::rowsFollowTheStoreIndex() {
-    RegionalFormatScope scope(englishFormat());
-    std::vector<PointRecord> points = sample;
-    points.push_back({9.5, 9.5, 9.5, "D"});
-    Fixture f(points);
-    f.state.Grid.removeItem(2); // B's row
-    f.open();
-    f.choose(QStringLiteral("0"));
-    f.ok();
-    // Every row is rewritten, addressed by store index: B is back in its old
-    // row, C moves up one, and D, past the end of the list, is not written.
-    QCOMPARE(gridColumn(f.state, 0), items("A & B & C"));
-    QCOMPARE(gridColumn(f.state, 1), items("1235 & 2 & 0"));
-
-    RecordingProgress progress;
-    RewritePointRows(f.state, progress);
-    QCOMPARE(progress.history.size(), 4);
-    QCOMPARE(progress.last, QStringLiteral("Formatage en cours... 4/4 points"));
-}
-
 struct Rewrite {
     bool french;
     const char* pattern;
@@ -224,20 +203,18 @@ void TestFormatDonnee::rewriteAgreesCellByCell() {
     RewritePointRows(rewritten.state, progress);
 
     GestionDonnee& s = byCell.state;
-    QString last;
     for (int i = 0; i < c.points; ++i) {
         const PointRecord& p = s.Points[std::size_t(i)];
         s.Grid.setTextMatrix(i + 1, 0, p.Matricule);
         s.Grid.setTextMatrix(i + 1, 1, s.FormatCoordinate(p.X));
         s.Grid.setTextMatrix(i + 1, 2, s.FormatCoordinate(p.Y));
         s.Grid.setTextMatrix(i + 1, 3, s.FormatCoordinate(p.Z));
-        last = QStringLiteral("Formatage en cours... %1/%2 points").arg(i + 1).arg(c.points);
     }
     QCOMPARE(rewritten.state.Grid.rows(), s.Grid.rows());
     for (int r = 0; r < s.Grid.rows(); ++r)
         QCOMPARE(gridRow(rewritten.state, r), gridRow(byCell.state, r));
     QVERIFY(rewritten.state.DataModified);
-    QCOMPARE(progress.last, last);
+    QCOMPARE(progress.last, QStringLiteral("Formatage en cours... %1/%1 points").arg(c.points));
     QVERIFY(progress.captions <= c.points + 1);
     // Rows keep their places: the view keeps its current row.
     QCOMPARE(resets.count(), 0);

@@ -10,22 +10,17 @@
 #include "viewer/frmVisualisation.h"
 
 #include <QMenu>
+#include <cmath>
 
 using namespace testing;
 using namespace platform;
 
 namespace {
 
-// A grid as the main window holds it: header row, then "Matricule\tX\tY\tZ".
-void fill(PointGridModel& grid, const QStringList& rows) {
-    grid.setRows(1);
-    for (const QString& row : rows)
-        grid.addItem(row);
-}
-
 PointView loaded(const QStringList& rows) {
     PointGridModel grid;
-    fill(grid, rows);
+    for (const QString& row : rows)
+        grid.addItem(row); // after the header row, as the main window's list holds them
     PointView view;
     NoProgress none;
     LoadView(view, grid, none);
@@ -38,7 +33,66 @@ QString box(const ViewBox& b) {
         .join(u' ');
 }
 
+bool inkNear(const QImage& image, QPoint at, int radius = 2) {
+    for (int y = at.y() - radius; y <= at.y() + radius; ++y)
+        for (int x = at.x() - radius; x <= at.x() + radius; ++x)
+            if (image.rect().contains(x, y) && image.pixel(x, y) != qRgb(255, 255, 255))
+                return true;
+    return false;
+}
+
+// The view over the main window's list, opened from its menu.
+struct ViewWindow : WindowFixture {
+    explicit ViewWindow(const std::vector<PointRecord>& points) : WindowFixture(points) {
+        InstallViewerCommands(window);
+        window.show();
+        trigger("view");
+    }
+    frmVisualisation* view() const { return window.findChild<frmVisualisation*>(); }
+    QAction* item(const char* name) const {
+        return view()->findChild<QAction*>(QString::fromLatin1(name));
+    }
+    // The check marks of the zoom and pan items, context menu's included.
+    QString marks() const {
+        QString out;
+        for (const char* name : {"MnuZoomp", "MnuZoomm", "Mnu_Commande_Zoomp", "Mnu_Commande_Zoomm",
+                                 "Mnu_Commande_Deplacement", "MnuDeplacement"})
+            out += item(name)->isChecked() ? u'x' : u'.';
+        return out;
+    }
+};
+
+// An opening after a count and an earlier opening, and what loading gives.
+struct Opening {
+    float count;
+    QStringList earlier; // the rows of an earlier opening
+    QStringList rows;
+    QString extent; // right top left bottom, of -Y
+    QString filled; // "index:label" of each entry filled
+    int error = 0;
+};
+
+// Points, a click on them as a fraction of the surface's width and height,
+// and the world position it falls on in the whole set's window.
+struct Scene {
+    std::vector<PointRecord> points;
+    QPointF at;
+    QPointF world;
+    bool refusedFirst; // a "Zoom +" click the surface refuses comes first
+};
+
+struct WindowClick {
+    Scene scene;
+    const char* mode; // "": none chosen yet
+    QString marks;    // the check marks it sets
+    int clicks;
+    float widthFactor; // of the new window to the one drawn
+};
+
 } // namespace
+Q_DECLARE_METATYPE(Opening)
+Q_DECLARE_METATYPE(WindowClick)
+Q_DECLARE_METATYPE(std::vector<PointRecord>)
 
 class TestPointView : public QObject {
     Q_OBJECT
@@ -47,157 +101,72 @@ private slots:
     void initTestCase() { QLocale::setDefault(frenchFormat()); }
     void loading_data();
     void loading();
-    void reopening();
-    void countPastTheFloat_data();
-    void countPastTheFloat();
-    void clicks_data();
-    void clicks();
     void sizes_data();
     void sizes();
     void drawing();
-    void emptyDrawings_data();
-    void emptyDrawings();
-    void window();
-    void clicksAfterARefusedWindow_data();
-    void clicksAfterARefusedWindow();
+    void openings_data();
+    void openings();
+    void resizing_data();
+    void resizing();
+    void windowClicks_data();
+    void windowClicks();
 };
 
-// The copy, its count and extents; -Y throughout; index 0 left empty.
+// The copy, -Y throughout. Each row fills the entry at count + 1 and adds 1
+// to the count, both 32-bit floats; the count and the extent are kept from
+// the earlier openings, so a new opening's entries go after as many empty
+// ones, the extent only widens, and past 2^24 the rows fill one entry in turn.
 void TestPointView::loading_data() {
-    QTest::addColumn<QStringList>("rows");
-    QTest::addColumn<QString>("extent"); // right top left bottom
-    QTest::addColumn<int>("error");      // 0: none
-    QTest::newRow("three points") << QStringList{"A\t10\t20\t0", "B\t-5,5\t40\t1", "C\t7\t-3\t2"}
-                                  << "10 3 -5,5 -40" << 0;
-    QTest::newRow("one point") << QStringList{"A\t1\t2\t0"} << "1 -2 1 -2" << 0;
-    QTest::newRow("a text that is no number")
-        << QStringList{"A\t1\t2\t0", "B\tx\t2\t0"} << "" << int(RuntimeError::TypeMismatch);
-    QTest::newRow("beyond 32 bits")
-        << QStringList{"A\t1E+39\t2\t0"} << "" << int(RuntimeError::Overflow);
+    Rows<Opening> row;
+    const QStringList abcd{"A\t0\t0\t0", "B\t10\t10\t0", "C\t20\t5\t0", "D\t30\t1\t0"};
+    row("first opening",
+        {0, {}, {"A\t10\t20\t0", "B\t-5,5\t40\t1", "C\t7\t-3\t2"}, "10 3 -5,5 -40", "1:A 2:B 3:C"});
+    row("one point", {0, {}, {"A\t1\t2\t0"}, "1 -2 1 -2", "1:A"});
+    // A lone surrogate is no UTF-8: the grid keeps such a row in UTF-16.
+    const QString wide = QString(QChar(0xD800)) + u'x';
+    row("accented and wide identifiers",
+        {0, {}, {"Pé\t1\t2\t0", wide + "\t3\t4\t0"}, "3 -2 1 -4", "1:Pé 2:" + wide});
+    const QStringList cde{"C\t100\t100\t0", "D\t110\t120\t0", "E\t105\t130\t0"};
+    row("second opening", {0, {"A\t0\t0\t0", "B\t10\t10\t0"}, cde, "110 0 0 -130", "3:C 4:D 5:E"});
+    row("reaching 2^24", {16777214, {}, abcd, "30 0 0 -10", "16777215:A 16777216:D"});
+    row("at 2^24", {16777216, {}, abcd, "30 0 0 -10", "16777216:D"});
+    row("a text that is no number",
+        {0, {}, {"A\t1\t2\t0", "B\tx\t2\t0"}, "", "", int(RuntimeError::TypeMismatch)});
+    row("beyond 32 bits", {0, {}, {"A\t1E+39\t2\t0"}, "", "", int(RuntimeError::Overflow)});
 }
 
 void TestPointView::loading() {
-    QFETCH(QStringList, rows);
-    QFETCH(QString, extent);
-    QFETCH(int, error);
-    if (error != 0) {
-        QCOMPARE(errorOf([&] { loaded(rows); }), error);
-        return;
-    }
-    const PointView view = loaded(rows);
-    QCOMPARE(view.viewPointCount, float(rows.size()));
-    QCOMPARE(box(view.fullExtent), extent);
-    QCOMPARE(box(view.visibleWindow), extent);
-    QCOMPARE(view.entry(0).ColourCode, int16_t(0));
-    QCOMPARE(view.entry(1).Label, QStringLiteral("A"));
-    QCOMPARE(view.entry(1).ColourCode, int16_t(1));
-    // The drawing visits 0 to count - 1: never the empty entry 0 drawn, never
-    // the last point loaded.
-    QCOMPARE(DrawnEntryCount(view), rows.size());
-    QCOMPARE(view.entry(std::size_t(rows.size())).Label,
-             QString(QChar(char16_t(u'A' + rows.size() - 1))));
-}
-
-// A second opening on another set: the count and the extent are kept, the
-// new entries come after as many empty ones, the mode stays.
-void TestPointView::reopening() {
+    QFETCH(Opening, c);
     PointGridModel grid;
-    fill(grid, {"A\t0\t0\t0", "B\t10\t10\t0"});
-    PointView view;
-    NoProgress none;
-    LoadView(view, grid, none);
+    for (const QString& text : c.rows)
+        grid.addItem(text);
+    PointView view = loaded(c.earlier);
+    view.viewPointCount += c.count; // as openings long ago left it
+    // What the commands of an earlier opening left.
     view.navigationMode = viewmode::pan();
-    view.pointSize = 7;
     view.zoomFactor = 1.4f;
-    fill(grid, {"C\t100\t100\t0", "D\t110\t120\t0", "E\t105\t130\t0"});
-    LoadView(view, grid, none);
-    QCOMPARE(view.viewPointCount, 5.0f);
-    QCOMPARE(box(view.fullExtent), QStringLiteral("110 0 0 -130"));
-    QCOMPARE(box(view.visibleWindow), box(view.fullExtent));
-    QCOMPARE(view.entry(3).Label, QStringLiteral("C"));
-    QVERIFY(view.entry(1).Label.isEmpty() && view.entry(2).Label.isEmpty());
-    // The empty entries of the first opening are not kept.
-    QCOMPARE(view.points.size(), std::size_t(3));
-    QCOMPARE(view.navigationMode, viewmode::pan());
-    QCOMPARE(view.pointSize, int16_t(2));
-    QCOMPARE(view.labelSize, int16_t(6));
-    QCOMPARE(view.zoomFactor, 1.0f);
-    // Drawn: entries 0 to 4, so C and D of the new set and not E.
-    QCOMPARE(DrawnEntryCount(view), 5);
-}
-
-// Openings whose count passes 2^24, where a 32-bit count stops growing: no
-// error, the rows fill the entries the float arithmetic gives, the view opens
-// again, and only the filled entries take memory.
-void TestPointView::countPastTheFloat_data() {
-    QTest::addColumn<float>("count");    // kept from the earlier openings
-    QTest::addColumn<QString>("filled"); // index:label after loading A B C D
-    QTest::addColumn<float>("after");
-    QTest::newRow("below") << 1000.0f << "1001:A 1002:B 1003:C 1004:D" << 1004.0f;
-    QTest::newRow("reaching 2^24") << 16777214.0f << "16777215:A 16777216:D" << 16777216.0f;
-    QTest::newRow("at 2^24") << 16777216.0f << "16777216:D" << 16777216.0f;
-}
-
-void TestPointView::countPastTheFloat() {
-    QFETCH(float, count);
-    QFETCH(QString, filled);
-    QFETCH(float, after);
-    PointGridModel grid;
-    fill(grid, {"A\t0\t0\t0", "B\t10\t10\t0", "C\t20\t5\t0", "D\t30\t1\t0"});
-    PointView view;
-    view.viewPointCount = count;
+    view.pointSize = 7;
+    view.labelSize = 9;
     NoProgress none;
-    for (int opening = 0; opening < 2; ++opening) {
-        QCOMPARE(errorOf([&] { LoadView(view, grid, none); }), 0);
-        QStringList found;
-        for (std::size_t i = view.firstEntry; i < view.firstEntry + view.points.size(); ++i)
-            if (!view.entry(i).Label.isEmpty())
-                found << QString::number(i) + u':' + view.entry(i).Label;
-        if (opening == 0) {
-            QCOMPARE(found.join(u' '), filled);
-            QCOMPARE(view.viewPointCount, after);
-        }
-        QVERIFY(view.points.size() <= 4);
-        QVERIFY(view.entry(0).Label.isEmpty() &&
-                view.entry(std::size_t(count) - 1).Label.isEmpty());
+    QCOMPARE(errorOf([&] { LoadView(view, grid, none); }), c.error);
+    if (c.error != 0)
+        return;
+    QStringList filled;
+    for (std::size_t i = view.firstEntry; i < view.firstEntry + view.points.size(); ++i) {
+        if (!view.entry(i).Label.isEmpty())
+            filled << QString::number(i) + u':' + view.entry(i).Label;
+        QCOMPARE(view.entry(i).ColourCode, int16_t(1));
     }
-}
-
-// The window after clicks at (70, -10) in each mode, from a window 0..100
-// wide and 0..-50 high (right 100, top 0, left 0, bottom -50): the numbers
-// are those of 32-bit arithmetic in the order right, left, top, bottom.
-void TestPointView::clicks_data() {
-    QTest::addColumn<QString>("mode");
-    QTest::addColumn<int>("clicks");
-    QTest::addColumn<QString>("expected"); // right top left bottom
-    QTest::addColumn<float>("factor");
-    QTest::newRow("no mode: same size, centred") << "" << 1 << "120 15 20 -35" << 1.0f;
-    QTest::newRow("pan") << viewmode::pan() << 1 << "120 15 20 -35" << 1.0f;
-    QTest::newRow("zoom in") << viewmode::zoomIn() << 1 << "105,7143 7,857143 34,28571 -27,85714"
-                             << 1.4f;
-    // 1/1.4 of the width after each click, not 1/1.4^n of the first.
-    QTest::newRow("zoom in thrice")
-        << viewmode::zoomIn() << 3 << "88,22157 -0,8892117 51,77842 -19,11079" << 1.4f;
-    QTest::newRow("zoom out") << viewmode::zoomOut() << 1 << "153,3333 31,66666 -13,33333 -51,66666"
-                              << 0.6f;
-}
-
-void TestPointView::clicks() {
-    QFETCH(QString, mode);
-    QFETCH(int, clicks);
-    QFETCH(QString, expected);
-    QFETCH(float, factor);
-    PointView view;
-    view.visibleWindow = ViewBox{100, 0, 0, -50};
-    view.navigationMode = mode;
-    for (int i = 0; i < clicks; ++i)
-        ClickAt(view, 70, -10, view.visibleWindow);
-    QCOMPARE(box(view.visibleWindow), expected);
-    QCOMPARE(view.zoomFactor, factor);
-    if (mode == viewmode::zoomIn() && clicks == 3) {
-        const float width = view.visibleWindow.right - view.visibleWindow.left;
-        QVERIFY(qAbs(width - 100 / (1.4f * 1.4f * 1.4f)) < 1e-3f);
-    }
+    QCOMPARE(filled.join(u' '), c.filled);
+    QCOMPARE(view.viewPointCount, filled.last().section(u':', 0, 0).toFloat());
+    // Only the filled entries take memory; entry 0 stays empty.
+    QVERIFY(view.points.size() <= std::size_t(c.rows.size()));
+    QVERIFY(view.entry(0).Label.isEmpty());
+    QCOMPARE(box(view.fullExtent), c.extent);
+    QCOMPARE(box(view.visibleWindow), c.extent);
+    // The mode stays; the zoom factor and the sizes start again.
+    QCOMPARE(view.navigationMode, viewmode::pan());
+    QVERIFY(view.zoomFactor == 1.0f && view.pointSize == 2 && view.labelSize == 6);
 }
 
 // The size questions: asked again outside 1 to 10, half to even, and a reply
@@ -230,182 +199,200 @@ void TestPointView::sizes() {
         QCOMPARE(labels ? AskLabelSize(view, boxes) : AskPointSize(view, boxes), changed);
         QCOMPARE(labels ? view.labelSize : view.pointSize, int16_t(size));
         QCOMPARE(labels ? view.pointSize : view.labelSize, int16_t(5));
+        const QString what = labels ? QStringLiteral("matricules") : QStringLiteral("points");
+        const QString asked = QStringLiteral("Nouvelle taille des %1: Entrez la taille des %1 (de "
+                                             "1 à 10) [2]")
+                                  .arg(what);
+        for (const RecordedBox& box : boxes.boxes())
+            QCOMPARE(box.title + ": " + box.prompt + " [" + box.defaultReply + ']', asked);
         QCOMPARE(int(boxes.boxes().size()), replies.size());
-        const RecordedBox& asked = boxes.boxes().front();
-        QCOMPARE(asked.defaultReply, QStringLiteral("2"));
-        QCOMPARE(asked.prompt, labels
-                                   ? QStringLiteral("Entrez la taille des matricules (de 1 à 10)")
-                                   : QStringLiteral("Entrez la taille des points (de 1 à 10)"));
-        QCOMPARE(asked.title, labels ? QStringLiteral("Nouvelle taille des matricules")
-                                     : QStringLiteral("Nouvelle taille des points"));
     }
 }
 
-namespace {
-
-bool inkNear(const QImage& image, QPoint at, int radius = 2) {
-    for (int y = at.y() - radius; y <= at.y() + radius; ++y)
-        for (int x = at.x() - radius; x <= at.x() + radius; ++x)
-            if (image.rect().contains(x, y) && image.pixel(x, y) != qRgb(255, 255, 255))
-                return true;
-    return false;
-}
-
-bool blank(const QImage& image) {
-    for (int y = 0; y < image.height(); ++y)
-        for (int x = 0; x < image.width(); ++x)
-            if (image.pixel(x, y) != qRgb(255, 255, 255))
-                return false;
-    return true;
-}
-
-} // namespace
-
 // The picture: each drawn point's dot in palette blue where it maps (X to the
-// right, Y downwards, the window stretched), the last point missing, and the
-// filter "des points" clearing it.
+// right, Y downwards, the window stretched), its label's top-left corner at
+// X + size and floor(-Y) + size in world units, the last point missing, and
+// the filter "des points" clearing it.
 void TestPointView::drawing() {
-    // Corners of a 0..100 x 0..50 rectangle, then its centre, then the last.
+    // Corners of a 0..100 x 0..50 rectangle, a point inside, then the last.
     PointView view = loaded(
-        {"SW\t0\t0\t0", "NE\t100\t50\t0", "NW\t0\t50\t0", "C\t50\t25\t0", "LAST\t100\t0\t0"});
+        {"SW\t0\t0\t0", "NE\t100\t50\t0", "NW\t0\t50\t0", "7\t50,7\t25,2\t0", "LAST\t100\t0\t0"});
     Zone zone;
-    zone.resize(201, 101);
+    zone.resize(1001, 501); // about 10 pixels a world unit
     QVERIFY(zone.DrawView(view, 3, true, true));
+    QCOMPARE(zone.passes(), 1);
     const QImage& picture = zone.picture();
-    // C at (50, 25) maps to (100.5, 50.5) of a 201 x 101 surface.
-    QCOMPARE(picture.pixel(100, 50), QColor(0x000080).rgb());
-    QVERIFY(inkNear(picture, {0, 0}));       // SW: smallest Y at the top, smallest X left
-    QVERIFY(inkNear(picture, {200, 100}));   // NE: largest Y at the bottom
-    QVERIFY(inkNear(picture, {0, 100}));     // NW
-    QVERIFY(!inkNear(picture, {200, 0}, 4)); // LAST is never drawn
-    // C's label starts 3 world units right of it and at floor(-25) + 3.
-    bool black = false;
-    for (int y = 44; y < 62; ++y)
-        for (int x = 106; x < 130; ++x)
-            black = black || qGray(picture.pixel(x, y)) < 100;
-    QVERIFY(black);
+    QCOMPARE(picture.pixel(507, 252), QColor(0x000080).rgb()); // 7 at (50.7, 25.2)
+    QVERIFY(inkNear(picture, {0, 0}));        // SW: smallest Y at the top, smallest X left
+    QVERIFY(inkNear(picture, {1000, 500}));   // NE: largest Y at the bottom
+    QVERIFY(inkNear(picture, {0, 500}));      // NW
+    QVERIFY(!inkNear(picture, {1000, 0}, 4)); // LAST is never drawn
+    // 7's label from (50.7 + 3, floor(-25.2) + 3) = (53.7, -23): pixel
+    // (537.5, 230.5), its first ink within a few pixels right and below.
+    QRect ink;
+    for (int y = 200; y < 300; ++y)
+        for (int x = 500; x < 600; ++x)
+            if (const QRgb p = picture.pixel(x, y); qRed(p) < 160 && qBlue(p) - qRed(p) < 40)
+                ink |= QRect(x, y, 1, 1);
+    QVERIFY2(ink.left() >= 537 && ink.left() <= 540 && ink.top() >= 229 && ink.top() <= 233,
+             qPrintable(QStringLiteral("label ink from (%1, %2)").arg(ink.left()).arg(ink.top())));
+    // Asked for again with nothing changed, the picture is kept; any change
+    // draws it anew: the filters, the pen and label sizes, the surface, a new copy.
+    QVERIFY(zone.DrawView(view, 3, true, true));
     QVERIFY(zone.DrawView(view, 3, false, true));
-    QVERIFY(blank(zone.picture()));
+    QCOMPARE(zone.passes(), 2);
+    QVERIFY(!inkNear(zone.picture(), {500, 250}, 500));
     QVERIFY(zone.DrawView(view, 3, true, false)); // no stations in a loaded list
-    QVERIFY(inkNear(zone.picture(), {100, 50}));
+    QVERIFY(inkNear(zone.picture(), {507, 252}));
+    QVERIFY(zone.DrawView(view, 2, true, false));
+    view.labelSize = 8;
+    QVERIFY(zone.DrawView(view, 2, true, false));
+    ++view.generation;
+    QVERIFY(zone.DrawView(view, 2, true, false));
+    zone.resize(1000, 501);
+    QVERIFY(zone.DrawView(view, 2, true, false));
+    QCOMPARE(zone.passes(), 7);
 }
 
-// A single point or points on one line: the surface cannot take the window,
-// and the pass ends without a picture and without a message.
-void TestPointView::emptyDrawings_data() {
-    QTest::addColumn<QStringList>("rows");
-    QTest::newRow("one point") << QStringList{"A\t5\t5\t0"};
-    QTest::newRow("one vertical line") << QStringList{"A\t5\t5\t0", "B\t5\t9\t0", "C\t5\t1\t0"};
-    QTest::newRow("one horizontal line") << QStringList{"A\t1\t5\t0", "B\t9\t5\t0"};
+// Opening from the main window: an empty list is refused with the message;
+// one point, or points on one line, open the view, which draws nothing and
+// says nothing: the surface refuses a window of no width or height.
+void TestPointView::openings_data() {
+    QTest::addColumn<std::vector<PointRecord>>("points");
+    QTest::newRow("no point") << std::vector<PointRecord>{};
+    QTest::newRow("one point") << std::vector<PointRecord>{{5, 5, 0, "A"}};
+    QTest::newRow("one vertical line")
+        << std::vector<PointRecord>{{5, 5, 0, "A"}, {5, 9, 0, "B"}, {5, 1, 0, "C"}};
+    QTest::newRow("one horizontal line")
+        << std::vector<PointRecord>{{1, 5, 0, "A"}, {9, 5, 0, "B"}};
 }
 
-void TestPointView::emptyDrawings() {
-    QFETCH(QStringList, rows);
-    const PointView view = loaded(rows);
-    Zone zone;
-    zone.resize(50, 50);
-    QVERIFY(!zone.DrawView(view, 2, true, true));
-    QVERIFY(zone.picture().isNull());
-}
-
-// Through the main window: the message for an empty list, the menus and
-// their check marks after each mode, the context menu's captions.
-void TestPointView::window() {
-    WindowFixture f;
-    InstallViewerCommands(f.window);
-    f.trigger("view");
-    QCOMPARE(int(f.boxes.boxes().size()), 1);
-    QCOMPARE(f.boxes.boxes().front().prompt, QStringLiteral("Nombre de points insuffusant"));
-    QCOMPARE(f.boxes.boxes().front().icon, MsgIcon::Critical);
-    QVERIFY(f.window.findChild<frmVisualisation*>() == nullptr);
-
-    f.boxes.clear();
-    f.state.AddPoint({0, 0, 0, QStringLiteral("1")});
-    f.state.AddPoint({10, 10, 0, QStringLiteral("2")});
-    f.state.AddPoint({20, 5, 0, QStringLiteral("3")});
-    f.state.RefreshPointList();
-    f.trigger("view");
-    auto* view = f.window.findChild<frmVisualisation*>();
-    QVERIFY(view != nullptr);
-    QCOMPARE(view->windowTitle(), QStringLiteral("Visualisation des points"));
-    const auto item = [&](const char* name) {
-        return view->findChild<QAction*>(QString::fromLatin1(name));
-    };
-    const QStringList checkable{"MnuZoomp", "MnuZoomm", "Mnu_Commande_Zoomp", "Mnu_Commande_Zoomm",
-                                "Mnu_Commande_Deplacement"};
-    const auto marks = [&] {
-        QString out;
-        for (const QString& name : checkable)
-            out += item(name.toLatin1().constData())->isChecked() ? u'x' : u'.';
-        return out + (item("MnuDeplacement")->isChecked() ? u'x' : u'.');
-    };
-    QCOMPARE(marks(), QStringLiteral("......"));
-    item("MnuZoomp")->trigger();
-    QCOMPARE(marks(), QStringLiteral("x.x..."));
-    item("Mnu_Commande_Zoomm")->trigger();
-    QCOMPARE(marks(), QStringLiteral(".x.x.."));
-    item("MnuDeplacement")->trigger();
-    QCOMPARE(marks(), QStringLiteral("....x."));
-    item("Mnu_Commande_Deplacement")->trigger();
-    QCOMPARE(marks(), QStringLiteral("....x."));
-    QVERIFY(item("MnuAffichageSt")->isChecked() && item("MnuAffichagePt")->isChecked());
-
-    auto* context = view->findChild<QMenu*>(QStringLiteral("Mnu_Commande"));
+void TestPointView::openings() {
+    QFETCH(std::vector<PointRecord>, points);
+    ViewWindow f(points);
+    const QStringList refusal{"Tovalin: Nombre de points insuffusant [critical ok]"};
+    QCOMPARE(shownBoxes(f.boxes), points.empty() ? refusal : QStringList());
+    QCOMPARE(f.view() != nullptr, !points.empty());
+    if (points.empty())
+        return;
+    QVERIFY(f.view()->isVisible());
+    QCOMPARE(f.view()->windowTitle(), QStringLiteral("Visualisation des points"));
     QStringList captions;
-    for (QAction* action : context->actions())
-        captions << (action->isSeparator() ? QStringLiteral("-") : action->text());
-    QCOMPARE(captions, (QStringList{"Zoom +", "Zoom -", "-", "Déplacerment", "Centrer"}));
-    QCOMPARE(item("MnuPointTaille")->text(), QStringLiteral("Taille des points"));
-    QCOMPARE(item("MnuPointMatricule")->text(), QStringLiteral("Taille des matricules"));
-    QCOMPARE(item("MnuRecentrer")->text(), QStringLiteral("Recentrer"));
-    QCOMPARE(f.boxes.boxes().size(), std::size_t(0));
-
-    // Closing drops the controls; the mode stays for the next opening, while
-    // the menus come back without marks.
-    view->close();
-    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    f.trigger("view");
-    view = f.window.findChild<frmVisualisation*>();
-    QVERIFY(view != nullptr);
-    QCOMPARE(marks(), QStringLiteral("......"));
-}
-
-// Points over half a metre at a northing where a 32-bit float steps by 0.5:
-// a "Zoom +" click gives a window of no height, which the surface refuses;
-// the next clicks still work, from the window drawn last.
-void TestPointView::clicksAfterARefusedWindow_data() {
-    QTest::addColumn<QString>("mode");
-    QTest::addColumn<float>("widthFactor"); // of the new window to the one drawn
-    QTest::newRow("Zoom -") << "MnuZoomm" << 1 / 0.6f;
-    QTest::newRow("Déplacement") << "MnuDeplacement" << 1.0f;
-}
-
-void TestPointView::clicksAfterARefusedWindow() {
-    QFETCH(QString, mode);
-    QFETCH(float, widthFactor);
-    WindowFixture f(
-        {{1000, 6862100, 0, "A"}, {1000.5, 6862100.5, 0, "B"}, {1000.2, 6862100, 0, "C"}});
-    InstallViewerCommands(f.window);
-    f.trigger("view");
-    auto* view = f.window.findChild<frmVisualisation*>();
-    const auto item = [&](const QString& name) { return view->findChild<QAction*>(name); };
-    Zone* zone = view->zone();
-    item(QStringLiteral("MnuRecentrer"))->trigger();
-    const ViewBox drawn = zone->drawnWindow();
-    QVERIFY(drawn.top != drawn.bottom);
-    item(QStringLiteral("MnuZoomp"))->trigger();
-    QTest::mouseClick(zone, Qt::LeftButton, {}, zone->rect().center());
-    QVERIFY(zone->drawnWindow() == drawn); // refused, silently
+    for (const char* menu : {"MnuZoom", "MnuPoint", "MnuAffichage", "Mnu_Commande"}) {
+        for (QAction* action : f.view()->findChild<QMenu*>(QString::fromLatin1(menu))->actions())
+            captions << (action->isSeparator() ? QStringLiteral("-") : action->text());
+    }
+    QCOMPARE(captions, items("Zoom + & Zoom - & Déplacement & Recentrer & Taille des points & "
+                             "Taille des matricules & des stations & des points & Zoom + & "
+                             "Zoom - & - & Déplacerment & Centrer"));
+    QVERIFY(f.item("MnuAffichageSt")->isChecked() && f.item("MnuAffichagePt")->isChecked());
+    QVERIFY(!f.view()->DrawView(2));
+    QVERIFY(f.view()->zone()->picture().isNull());
     QVERIFY(f.boxes.boxes().empty());
-    item(mode)->trigger();
-    const int passes = zone->passes();
+}
+
+// The surface fills the window but 690 twips of its height and 120 of its
+// width (46 and 8 pixels) while the window is larger than that; a smaller
+// window leaves the surface at its last size.
+void TestPointView::resizing_data() {
+    QTest::addColumn<QSize>("window");
+    QTest::addColumn<QSize>("zone");
+    QTest::newRow("large") << QSize(500, 400) << QSize(492, 354);
+    QTest::newRow("just larger") << QSize(9, 47) << QSize(1, 1);
+    QTest::newRow("as low as the allowance") << QSize(300, 46) << QSize(492, 354);
+    QTest::newRow("as narrow as the allowance") << QSize(8, 300) << QSize(492, 354);
+}
+
+void TestPointView::resizing() {
+    QFETCH(QSize, window);
+    QFETCH(QSize, zone);
+    PointView points;
+    ScriptedDialogs boxes;
+    frmVisualisation view(points, boxes, boxes);
+    view.show();
+    // The sizes are the window's outer ones, its frame included.
+    const QSize frame = view.frameGeometry().size() - view.size();
+    view.resize(QSize(500, 400) - frame);
+    view.resize(window - frame);
+    QCOMPARE(view.frameGeometry().size(), window);
+    QCOMPARE(view.zone()->size(), zone);
+}
+
+// Clicks on the surface: the pixel read in the window drawn last (x across
+// its width, y down its height), the new window centred there and sized as
+// the mode says; Recentrer then shows the whole set at once. Points half a
+// metre apart at a northing where a 32-bit float steps by 0.5: a "Zoom +"
+// click gives a window of no height, which the surface refuses silently,
+// and the next clicks work from the window drawn last.
+void TestPointView::windowClicks_data() {
+    Rows<WindowClick> row;
+    const Scene plan{
+        {{0, 0, 0, "A"}, {100, 50, 0, "B"}, {40, 20, 0, "C"}}, {0.25, 0.75}, {25, -37.5}, false};
+    row("no mode: same size", {plan, "", "......", 1, 1});
+    row("pan", {plan, "MnuDeplacement", "....x.", 1, 1});
+    row("zoom out", {plan, "MnuZoomm", ".x.x..", 1, 1 / 0.6f});
+    // 1/1.4 of the width after each click, not 1/1.4^n of the first.
+    row("zoom in thrice", {plan, "Mnu_Commande_Zoomp", "x.x...", 3, 1 / (1.4f * 1.4f * 1.4f)});
     // Low on the surface, where -Y falls on an odd step of the float: half a
     // step either way does not round back onto it.
-    QTest::mouseClick(zone, Qt::LeftButton, {}, QPoint(zone->width() / 2, zone->height() * 9 / 10));
+    const Scene close{
+        {{1000, 6862100, 0, "A"}, {1000.5, 6862100.5, 0, "B"}, {1000.2, 6862100, 0, "C"}},
+        {0.5, 0.9},
+        {1000.25, -6862100.45},
+        true};
+    row("zoom out after a refused window", {close, "Mnu_Commande_Zoomm", ".x.x..", 1, 1 / 0.6f});
+    row("pan after a refused window", {close, "Mnu_Commande_Deplacement", "....x.", 1, 1});
+}
+
+void TestPointView::windowClicks() {
+    QFETCH(WindowClick, c);
+    ViewWindow f(c.scene.points);
+    Zone* zone = f.view()->zone();
+    const auto click = [&](QPointF at) {
+        QTest::mouseClick(zone, Qt::LeftButton, {},
+                          QPoint(int(zone->width() * at.x()), int(zone->height() * at.y())));
+    };
+    f.item("MnuRecentrer")->trigger();
+    const ViewBox drawn = zone->drawnWindow();
+    QVERIFY(drawn.top != drawn.bottom);
+    if (c.scene.refusedFirst) {
+        f.item("MnuZoomp")->trigger();
+        click({0.5, 0.5});
+        QVERIFY(zone->drawnWindow() == drawn);
+    }
+    if (*c.mode)
+        f.item(c.mode)->trigger();
+    QCOMPARE(f.marks(), c.marks);
+    int passes = zone->passes();
+    click(c.scene.at);
+    const ViewBox first = zone->drawnWindow();
+    for (int i = 1; i < c.clicks; ++i)
+        click(c.scene.at);
     const ViewBox now = zone->drawnWindow();
-    QVERIFY(zone->passes() > passes);
+    QVERIFY(zone->passes() >= passes + c.clicks);
     QVERIFY(now.top != now.bottom);
-    QVERIFY(qAbs((now.right - now.left) / (drawn.right - drawn.left) - widthFactor) < 1e-3f);
+    QVERIFY(qAbs((now.right - now.left) / (drawn.right - drawn.left) - c.widthFactor) < 1e-3f);
+    // Centred on the click, within a pixel (or the float's step, where coarser).
+    const auto near = [](float value, double expected, float pixel) {
+        const float step = std::nextafter(std::abs(value), INFINITY) - std::abs(value);
+        return std::abs(value - expected) <= std::max(std::abs(pixel), step);
+    };
+    QVERIFY(near((first.left + first.right) / 2, c.scene.world.x(),
+                 (drawn.right - drawn.left) / zone->width()));
+    QVERIFY(near((first.top + first.bottom) / 2, c.scene.world.y(),
+                 (drawn.bottom - drawn.top) / zone->height()));
+    passes = zone->passes();
+    // From the menu the mode was chosen in.
+    f.item(QByteArray(c.mode).startsWith("Mnu_Commande") ? "Mnu_Commande_Centrer" : "MnuRecentrer")
+        ->trigger();
+    QVERIFY(zone->passes() > passes);
+    QVERIFY(zone->drawnWindow() == drawn);
+    QVERIFY(f.boxes.boxes().empty());
+    // Closing drops the controls: the next opening's menus come back without marks.
+    f.view()->close();
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    f.trigger("view");
+    QCOMPARE(f.marks(), QStringLiteral("......"));
 }
 
 TOVALIN_TEST(TestPointView)
