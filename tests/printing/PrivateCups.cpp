@@ -1,34 +1,18 @@
 #include "PrivateCups.h"
+#include "TestSupport.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QThread>
 #include <algorithm>
-#include <cmath>
 #include <csignal>
 #include <cups/cups.h>
+#include <limits>
 #include <sys/wait.h>
 #include <unistd.h>
-
-namespace {
-
-bool writeFile(const QString& path, const QByteArray& text) {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
-}
-
-} // namespace
-
-QString PrivateCups::driverModel() {
-    // The generic PDF printer of cups-filters: what it prints is a PDF again,
-    // which poppler reads back.
-    return QStringLiteral("lsb/usr/cupsfilters/Generic-PDF_Printer-PDF.ppd");
-}
 
 QString PrivateCups::socket() const {
     return dir_.filePath(QStringLiteral("cups.sock"));
@@ -76,11 +60,8 @@ PrivateCups::PrivateCups() {
                              r +
                              "/log/page_log\nFileDevice Yes\nSandboxing Relaxed\n"
                              "SystemGroup root\n";
-    if (!writeFile(dir_.filePath(QStringLiteral("cupsd.conf")), conf) ||
-        !writeFile(dir_.filePath(QStringLiteral("cups-files.conf")), files)) {
-        failure_ = QStringLiteral("cannot write the scheduler's configuration in ") + root;
-        return;
-    }
+    testing::writeBytes(dir_.filePath(QStringLiteral("cupsd.conf")), conf);
+    testing::writeBytes(dir_.filePath(QStringLiteral("cups-files.conf")), files);
 
     const pid_t child = ::fork();
     if (child == 0) {
@@ -104,25 +85,19 @@ PrivateCups::PrivateCups() {
     qputenv("CUPS_SERVER", socket().toUtf8());
     cupsSetServer(socket().toUtf8().constData());
     const QDeadlineTimer deadline(20000);
-    while (!deadline.hasExpired()) {
-        int status = 0;
-        if (::waitpid(child, &status, WNOHANG) == child) {
+    QString answer;
+    while (!command(QStringLiteral("lpstat"), {QStringLiteral("-r")}, &answer) ||
+           !answer.contains(QStringLiteral("is running"))) {
+        if (::waitpid(child, nullptr, WNOHANG) == child)
             pid_ = 0;
-            QFile log(dir_.filePath(QStringLiteral("log/cupsd.out")));
-            log.open(QIODevice::ReadOnly);
-            const QList<QByteArray> lines = log.readAll().trimmed().split('\n');
-            failure_ = QStringLiteral("cupsd stopped at once: ") +
-                       QString::fromUtf8(lines.isEmpty() ? QByteArray() : lines.last());
+        if (pid_ == 0 || deadline.hasExpired()) {
+            failure_ = QStringLiteral("cupsd did not answer on %1: %2")
+                           .arg(socket(), QString::fromUtf8(testing::readBytes(
+                                              dir_.filePath(QStringLiteral("log/cupsd.out")))));
             return;
         }
-        QString answer;
-        if (QFileInfo::exists(socket()) &&
-            command(QStringLiteral("lpstat"), {QStringLiteral("-r")}, &answer) &&
-            answer.contains(QStringLiteral("is running")))
-            return;
         QThread::msleep(100);
     }
-    failure_ = QStringLiteral("cupsd did not answer on ") + socket() + QStringLiteral(" in 20 s");
 }
 
 PrivateCups::~PrivateCups() {
@@ -151,9 +126,6 @@ bool PrivateCups::command(const QString& program, const QStringList& arguments,
                           QString* output) const {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("CUPS_SERVER"), socket());
-    process.setProcessEnvironment(environment);
     process.start(program, arguments);
     const bool done = process.waitForFinished(30000);
     const QString text = QString::fromUtf8(process.readAll());
@@ -171,25 +143,14 @@ QString PrivateCups::spooledDocument(int job) const {
 }
 
 bool PrivateCups::addQueue(const QString& name, int orientation) {
-    QStringList arguments{QStringLiteral("-p"),
-                          name,
-                          QStringLiteral("-E"),
-                          QStringLiteral("-v"),
-                          QStringLiteral("file://") + outputOf(name),
-                          QStringLiteral("-m"),
-                          driverModel()};
-    arguments << QStringLiteral("-o")
-              << QStringLiteral("orientation-requested-default=%1").arg(orientation);
-    return command(QStringLiteral("lpadmin"), arguments);
-}
-
-bool PrivateCups::addFailingQueue(const QString& name) {
-    // A serial port that does not exist: the backend fails at once.
+    // The generic PDF printer of cups-filters: what it prints is a PDF again,
+    // which poppler reads back.
     return command(QStringLiteral("lpadmin"),
                    {QStringLiteral("-p"), name, QStringLiteral("-E"), QStringLiteral("-v"),
-                    QStringLiteral("serial:/dev/tovalin-no-such-port"), QStringLiteral("-m"),
-                    driverModel(), QStringLiteral("-o"),
-                    QStringLiteral("printer-error-policy=stop-printer")});
+                    QStringLiteral("file://") + outputOf(name), QStringLiteral("-m"),
+                    QStringLiteral("lsb/usr/cupsfilters/Generic-PDF_Printer-PDF.ppd"),
+                    QStringLiteral("-o"),
+                    QStringLiteral("orientation-requested-default=%1").arg(orientation)});
 }
 
 bool PrivateCups::pause(bool paused) const {
@@ -216,99 +177,35 @@ bool PrivateCups::waitForJob(int job, int seconds) const {
     return false;
 }
 
-bool PrivateCups::waitForStopped(const QString& queue, int seconds) const {
-    const QDeadlineTimer deadline(seconds * 1000);
-    while (!deadline.hasExpired()) {
-        QString answer;
-        command(QStringLiteral("lpstat"), {QStringLiteral("-p"), queue}, &answer);
-        if (answer.contains(QStringLiteral("disabled")))
-            return true;
-        QThread::msleep(200);
-    }
-    return false;
-}
-
-QString PdfText(const QString& file) {
+std::vector<QStringList> PdfPages(const QByteArray& pdf, double pitch) {
+    QStringList arguments{QStringLiteral("-layout"), QStringLiteral("-enc"),
+                          QStringLiteral("UTF-8")};
+    if (pitch > 0)
+        arguments << QStringLiteral("-fixed") << QString::number(pitch);
     QProcess process;
     process.start(QStringLiteral("pdftotext"),
-                  {QStringLiteral("-layout"), QStringLiteral("-enc"), QStringLiteral("UTF-8"), file,
-                   QStringLiteral("-")});
+                  arguments << QStringLiteral("-") << QStringLiteral("-"));
+    process.write(pdf);
+    process.closeWriteChannel();
     if (!process.waitForFinished(60000) || process.exitCode() != 0)
-        return QStringLiteral("(pdftotext failed: ") +
-               QString::fromUtf8(process.readAllStandardError()) + u')';
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
-std::vector<QStringList> PdfPageLines(const QString& file) {
-    QProcess process;
-    process.start(QStringLiteral("pdftotext"),
-                  {QStringLiteral("-bbox"), file, QStringLiteral("-")});
-    if (!process.waitForFinished(60000) || process.exitCode() != 0)
-        return {{QStringLiteral("(pdftotext -bbox failed)")}};
-    struct Word {
-        double xMin, yMin, xMax;
-        QString text;
-    };
-    std::vector<std::vector<Word>> pages;
-    static const QRegularExpression tag(
-        QStringLiteral("<page |<word xMin=\"([-0-9.]+)\" yMin=\"([-0-9.]+)\" "
-                       "xMax=\"([-0-9.]+)\" yMax=\"[-0-9.]+\">([^<]*)</word>"));
-    const QString html = QString::fromUtf8(process.readAllStandardOutput());
-    double left = 1e9;
-    double pitch = 1e9;
-    for (auto match = tag.globalMatch(html); match.hasNext();) {
-        const QRegularExpressionMatch m = match.next();
-        if (m.captured(0).startsWith(QStringLiteral("<page"))) {
-            pages.emplace_back();
-            continue;
-        }
-        QString text = m.captured(4);
-        text.replace(QStringLiteral("&lt;"), QStringLiteral("<"))
-            .replace(QStringLiteral("&gt;"), QStringLiteral(">"))
-            .replace(QStringLiteral("&quot;"), QStringLiteral("\""))
-            .replace(QStringLiteral("&apos;"), QStringLiteral("'"))
-            .replace(QStringLiteral("&amp;"), QStringLiteral("&"));
-        const Word word{m.captured(1).toDouble(), m.captured(2).toDouble(),
-                        m.captured(3).toDouble(), text};
-        left = std::min(left, word.xMin);
-        if (pages.empty())
-            pages.emplace_back();
-        pages.back().push_back(word);
-    }
+        return {{QStringLiteral("(pdftotext failed)")}};
+    QStringList pages = QString::fromUtf8(process.readAllStandardOutput()).split(u'\f');
+    pages.removeLast(); // after the last page's form feed
     std::vector<QStringList> out;
-    for (std::vector<Word>& words : pages) {
-        // Poppler gives the words in its reading order, a column after the
-        // other; on paper a line runs across the page.
-        std::stable_sort(words.begin(), words.end(), [](const Word& a, const Word& b) {
-            return a.yMin + 0.5 < b.yMin || (std::abs(a.yMin - b.yMin) <= 0.5 && a.xMin < b.xMin);
-        });
-        for (std::size_t i = 1; i < words.size(); ++i) {
-            const double dy = words[i].yMin - words[i - 1].yMin;
-            if (dy > 0.5)
-                pitch = std::min(pitch, dy);
+    qsizetype margin = std::numeric_limits<qsizetype>::max();
+    for (const QString& page : pages) {
+        QStringList lines = page.split(u'\n');
+        while (!lines.isEmpty() && lines.last().trimmed().isEmpty())
+            lines.removeLast();
+        for (const QString& line : lines) {
+            if (!line.trimmed().isEmpty())
+                margin = std::min(margin, line.indexOf(line.trimmed().front()));
         }
-    }
-    for (const std::vector<Word>& words : pages) {
-        QStringList lines;
-        const Word* previous = nullptr;
-        QString line;
-        for (const Word& word : words) {
-            const double width = (word.xMax - word.xMin) / std::max<qsizetype>(1, word.text.size());
-            if (previous != nullptr && word.yMin - previous->yMin > 0.5) {
-                lines << line;
-                line.clear();
-                // Lines left empty between the two.
-                for (int gap = qRound((word.yMin - previous->yMin) / pitch); gap > 1; --gap)
-                    lines << QString();
-                previous = nullptr;
-            }
-            const double from = previous != nullptr ? previous->xMax : left;
-            line += QString(qRound((word.xMin - from) / width), u' ') + word.text;
-            previous = &word;
-        }
-        if (previous != nullptr)
-            lines << line;
         out.push_back(lines);
+    }
+    for (QStringList& lines : out) {
+        for (QString& line : lines)
+            line.remove(0, margin);
     }
     return out;
 }
