@@ -11,7 +11,6 @@
 #include <csignal>
 #include <cups/cups.h>
 #include <limits>
-#include <sys/wait.h>
 #include <unistd.h>
 
 QString PrivateCups::socket() const {
@@ -19,8 +18,6 @@ QString PrivateCups::socket() const {
 }
 
 PrivateCups::PrivateCups() {
-    hadServer_ = qEnvironmentVariableIsSet("CUPS_SERVER");
-    savedServer_ = qgetenv("CUPS_SERVER");
     const QString cupsd = QStandardPaths::findExecutable(
         QStringLiteral("cupsd"), {QStringLiteral("/usr/sbin"), QStringLiteral("/sbin")});
     if (cupsd.isEmpty()) {
@@ -30,10 +27,6 @@ PrivateCups::PrivateCups() {
     if (::geteuid() != 0) {
         failure_ =
             QStringLiteral("cupsd needs root to run its filters as lp; run the tests as root");
-        return;
-    }
-    if (!dir_.isValid()) {
-        failure_ = QStringLiteral("no temporary folder for the scheduler");
         return;
     }
     const QString root = dir_.path();
@@ -48,7 +41,7 @@ PrivateCups::PrivateCups() {
 
     const QByteArray r = root.toUtf8();
     const QByteArray conf = "Listen " + socket().toUtf8() +
-                            "\nLogLevel info\nBrowsing No\nWebInterface No\n"
+                            "\nLogLevel warn\nBrowsing No\nWebInterface No\n"
                             "DefaultAuthType None\nErrorPolicy stop-printer\nPreserveJobFiles Yes\n"
                             "<Location />\n  Order allow,deny\n  Allow all\n</Location>\n"
                             "<Location /admin>\n  Order allow,deny\n  Allow all\n</Location>\n"
@@ -63,62 +56,37 @@ PrivateCups::PrivateCups() {
     testing::writeBytes(dir_.filePath(QStringLiteral("cupsd.conf")), conf);
     testing::writeBytes(dir_.filePath(QStringLiteral("cups-files.conf")), files);
 
-    const pid_t child = ::fork();
-    if (child == 0) {
-        // The scheduler's own output goes to its log folder.
-        const QByteArray out = r + "/log/cupsd.out";
-        std::freopen(out.constData(), "w", stdout);
-        std::freopen(out.constData(), "w", stderr);
-        const QByteArray program = cupsd.toUtf8();
-        const QByteArray c = r + "/cupsd.conf";
-        const QByteArray s = r + "/cups-files.conf";
-        ::execl(program.constData(), "cupsd", "-f", "-c", c.constData(), "-s", s.constData(),
-                static_cast<char*>(nullptr));
-        ::_exit(127);
-    }
-    if (child < 0) {
-        failure_ = QStringLiteral("cannot start cupsd");
-        return;
-    }
-    pid_ = child;
-
+    // The scheduler's own output goes to its log folder.
+    cupsd_.setProcessChannelMode(QProcess::MergedChannels);
+    cupsd_.setStandardOutputFile(dir_.filePath(QStringLiteral("log/cupsd.out")));
+    cupsd_.start(cupsd, {QStringLiteral("-f"), QStringLiteral("-c"), root + "/cupsd.conf",
+                         QStringLiteral("-s"), root + "/cups-files.conf"});
     qputenv("CUPS_SERVER", socket().toUtf8());
     cupsSetServer(socket().toUtf8().constData());
     const QDeadlineTimer deadline(20000);
     QString answer;
     while (!command(QStringLiteral("lpstat"), {QStringLiteral("-r")}, &answer) ||
            !answer.contains(QStringLiteral("is running"))) {
-        if (::waitpid(child, nullptr, WNOHANG) == child)
-            pid_ = 0;
-        if (pid_ == 0 || deadline.hasExpired()) {
+        if (cupsd_.state() == QProcess::NotRunning || cupsd_.waitForFinished(100) ||
+            deadline.hasExpired()) {
+            // Its last word, from its output or its log.
+            const QByteArray log =
+                testing::readBytes(dir_.filePath(QStringLiteral("log/cupsd.out"))) +
+                testing::readBytes(dir_.filePath(QStringLiteral("log/error_log")));
             failure_ = QStringLiteral("cupsd did not answer on %1: %2")
-                           .arg(socket(), QString::fromUtf8(testing::readBytes(
-                                              dir_.filePath(QStringLiteral("log/cupsd.out")))));
+                           .arg(socket(), QString::fromUtf8(log.trimmed().split('\n').last()));
             return;
         }
-        QThread::msleep(100);
     }
 }
 
 PrivateCups::~PrivateCups() {
-    if (pid_ > 0) {
-        ::kill(static_cast<pid_t>(pid_), SIGTERM);
-        int status = 0;
-        const QDeadlineTimer deadline(10000);
-        while (::waitpid(static_cast<pid_t>(pid_), &status, WNOHANG) == 0) {
-            if (deadline.hasExpired()) {
-                ::kill(static_cast<pid_t>(pid_), SIGKILL);
-                ::waitpid(static_cast<pid_t>(pid_), &status, 0);
-                break;
-            }
-            QThread::msleep(50);
-        }
-    }
+    cupsd_.terminate();
+    if (!cupsd_.waitForFinished(10000))
+        cupsd_.kill();
+    cupsd_.waitForFinished();
     cupsSetServer(nullptr);
-    if (hadServer_)
-        qputenv("CUPS_SERVER", savedServer_);
-    else
-        qunsetenv("CUPS_SERVER");
+    qunsetenv("CUPS_SERVER");
     // The temporary folder goes with dir_.
 }
 
@@ -154,7 +122,8 @@ bool PrivateCups::addQueue(const QString& name, int orientation) {
 }
 
 bool PrivateCups::pause(bool paused) const {
-    return pid_ > 0 && ::kill(static_cast<pid_t>(pid_), paused ? SIGSTOP : SIGCONT) == 0;
+    const qint64 pid = cupsd_.processId();
+    return pid > 0 && ::kill(static_cast<pid_t>(pid), paused ? SIGSTOP : SIGCONT) == 0;
 }
 
 bool PrivateCups::waitForJob(int job, int seconds) const {

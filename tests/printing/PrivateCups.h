@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -13,8 +14,7 @@
 // real filters to a "file:" device in the folder: the PDF the printer would
 // get, to be read back.
 //
-// The scheduler is stopped by its process id and the folder removed when the
-// object goes.
+// The scheduler is stopped and the folder removed when the object goes.
 class PrivateCups {
 public:
     PrivateCups();
@@ -46,10 +46,8 @@ public:
 
 private:
     QTemporaryDir dir_;
-    qint64 pid_ = 0;
+    QProcess cupsd_;
     QString failure_;
-    QByteArray savedServer_;
-    bool hadServer_ = false;
 };
 
 // The lines of each page of a PDF as pdftotext -layout reads it, the margin
