@@ -206,8 +206,8 @@ struct Formatted {
     QString pattern;
     QString expected;
 };
-// A reading: the value, or the error raised. How: "val" for Val under both
-// formats, "fr" or "en" for CDbl under that one, "sng" for CSng (French).
+// A reading: the value, or the error raised. How: "val" for Val (under the
+// French format), "fr" or "en" for CDbl under that one, "sng" for CSng (French).
 struct Read {
     const char* how;
     QString text;
@@ -500,17 +500,16 @@ private slots:
         const QByteArray how = c.how;
         double got = 0;
         if (how == "val") {
-            // Val ignores the regional format; from the file's bytes it reads the same.
+            // Val ignores the regional format, the comma's; from the file's
+            // bytes it reads the same.
+            RegionalFormatScope scope(frenchFormat());
             const QByteArray bytes = c.text.toLatin1();
-            for (const QLocale& locale : {frenchFormat(), englishFormat()}) {
-                RegionalFormatScope scope(locale);
-                QCOMPARE(errorOf([&] { got = Val(c.text); }), c.error);
-                if (c.error == 0)
-                    QCOMPARE(bits(got), bits(c.expected));
-                QCOMPARE(errorOf([&] { got = Val(QLatin1StringView(bytes)); }), c.error);
-                if (c.error == 0)
-                    QCOMPARE(bits(got), bits(c.expected));
-            }
+            QCOMPARE(errorOf([&] { got = Val(c.text); }), c.error);
+            if (c.error == 0)
+                QCOMPARE(bits(got), bits(c.expected));
+            QCOMPARE(errorOf([&] { got = Val(QLatin1StringView(bytes)); }), c.error);
+            if (c.error == 0)
+                QCOMPARE(bits(got), bits(c.expected));
         } else if (how == "sng") {
             RegionalFormatScope scope(frenchFormat());
             float single = 0;
