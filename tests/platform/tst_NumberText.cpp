@@ -394,13 +394,9 @@ private slots:
         // A text that reads as a number under the regional format is that number.
         row("text fr", {"fr", "1,5", "0.000", "1,500"});
         row("text fr point is no number", {"fr", "1.5", "0.000", "1.5"});
-        row("text en", {"en", "1.5", "0.000", "1.500"});
-        row("text en comma groups", {"en", "1,5", "0.000", "15.000"});
-        row("text blanks around", {"fr", "  -2  ", "0.000", "-2,000"});
         row("text word", {"fr", "ABC", "0.000", "ABC"});
         row("text empty", {"fr", "", "0.000", ""});
         row("text overflow", {"fr", "1e400", "0.000", "1e400"});
-        row("text exponent", {"fr", "1,5E2", "0.000", "150,000"});
         // Values no coordinate holds give their default text, whatever the pattern.
         const double inf = std::numeric_limits<double>::infinity();
         row("infinity", {"fr", inf, "###,###,###,##0.000", "INF"});
@@ -478,11 +474,7 @@ private slots:
         row("fr exact", {"fr", "0,30000000000000004", 0.1 + 0.2});
         row("en comma groups", {"en", "1,5", 15.0});
         row("en decimal", {"en", "1.5", 1.5});
-        row("en grouped", {"en", "1,234.5", 1234.5});
         row("en space", {"en", "1 234.5", 0, mismatch});
-        row("en no-break space", {"en", QStringLiteral("1\u00a0234"), 0, mismatch});
-        row("en two decimals", {"en", "1.5.2", 0, mismatch});
-        row("en group after decimal", {"en", "1.2,5", 0, mismatch});
         row("sng decimal", {"sng", "0,1", 0.1f});
         row("sng 2^24+1 ties to even", {"sng", "16777217", 16777216.0f});
         // Just above the halfway point between 1 and the next float: read through
@@ -534,7 +526,6 @@ private slots:
         const qint64 min32 = std::numeric_limits<int32_t>::min();
         row("half to even down", {2.5, 2, 2});
         row("half to even up", {3.5, 4, 4});
-        row("negative odd half", {-1.5, -2, -2});
         row("negative half to zero", {-0.5, 0, 0});
         // floor(x + 0.5) would give 1: the sum rounds up in binary.
         row("largest below half", {0.49999999999999994, 0, 0});
@@ -547,7 +538,6 @@ private slots:
         row("int32 below min", {-2147483649.0, err(overflow), err(overflow)});
         row("NaN", {std::numeric_limits<double>::quiet_NaN(), err(overflow), err(overflow)});
         row("infinity", {inf, err(overflow), err(overflow)});
-        row("minus infinity", {-inf, err(overflow), err(overflow)});
         // CInt and CLng read the text under the regional format first.
         row("text half to even", {"-2,5", -2, -2});
         row("text int16 past bound", {"32767,5", err(overflow), 32768});
