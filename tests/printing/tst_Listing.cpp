@@ -15,19 +15,14 @@ namespace {
 const QString errorBox = QStringLiteral(
     "Erreur: Une erreur est survenu lors de l'impression. Retenter une impression. [critical ok]");
 
-struct Header {
-    QLocale format;
-    int major, minor;
-    QDateTime now;
-    QString file;
-    QString expected; // " & " between lines
-};
-
 // The printer fails at a line (1-based, 0 for never) or when the document is
-// handed over.
+// handed over; the date line as the regional format of the printing has it.
 struct Print {
+    QLocale format;
+    QDateTime now;
     int failAtLine;
     bool failAtEnd;
+    QString dateLine;
 };
 
 struct Pages {
@@ -36,47 +31,25 @@ struct Pages {
 };
 
 } // namespace
-Q_DECLARE_METATYPE(Header)
 Q_DECLARE_METATYPE(Print)
 Q_DECLARE_METATYPE(Pages)
 
 class tst_Listing : public QObject {
     Q_OBJECT
 private slots:
-    void header_data() {
-        Rows<Header> row;
-        // Names in the regional format's language, hours and minutes on two
-        // digits, 24-hour time.
-        row("French", {frenchFormat(), 2, 3, QDateTime(QDate(2026, 11, 23), QTime(7, 5)),
-                       "/data/lev\u00E9 1.xyz",
-                       "Tovalin version 2.3 &  & Imprimer le lundi 23 novembre 2026 \u00E0 07:05 & "
-                       "Fichier : /data/lev\u00E9 1.xyz"});
-        row("English, no file yet",
-            {englishFormat(), 1, 0, QDateTime(QDate(2027, 2, 1), QTime(23, 59)), "",
-             "Tovalin version 1.0 &  & Imprimer le Monday 01 February 2027 \u00E0 23:59 & "
-             "Fichier : "});
-        row("two-digit minor",
-            {frenchFormat(), 10, 12, QDateTime(QDate(2026, 8, 1), QTime(12, 0)), "a.xyz",
-             "Tovalin version 10.12 &  & Imprimer le samedi 01 ao\u00FBt 2026 "
-             "\u00E0 12:00 & Fichier : a.xyz"});
-    }
-    void header() {
-        QFETCH(Header, c);
-        RegionalFormatScope scope(c.format);
-        QCOMPARE(ListingHeader({c.major, c.minor, 7}, c.now, c.file), items(c.expected));
-        // The version printed is the project's.
-        const QStringList parts = QStringLiteral(TOVALIN_VERSION_TEXT).split(u'.');
-        QCOMPARE(ListingHeader(programVersion(), c.now, {}).first(),
-                 QStringLiteral("Tovalin version ") + parts[0] + u'.' + parts[1]);
-    }
-
     void print_data() {
         Rows<Print> row;
-        row("printed", {0, false});
+        // Names in the regional format's language, hours and minutes on two
+        // digits, 24-hour time.
+        const QDateTime monday(QDate(2026, 11, 23), QTime(7, 5));
+        const QString french = QStringLiteral("Imprimer le lundi 23 novembre 2026 \u00E0 07:05");
+        row("printed", {frenchFormat(), monday, 0, false, french});
+        row("English names", {englishFormat(), QDateTime(QDate(2027, 2, 1), QTime(23, 59)), 0,
+                              false, "Imprimer le Monday 01 February 2027 \u00E0 23:59"});
         // Any error: the document cancelled, the message shown, nothing sent;
         // the next try prints whole. (A header line failing: the dialog's table.)
-        row("fails on a point line", {6, false});
-        row("fails when handed over", {0, true});
+        row("fails on a point line", {frenchFormat(), monday, 6, false, french});
+        row("fails when handed over", {frenchFormat(), monday, 0, true, french});
     }
     // Each point line is the grid's row as the grid shows it, not the store:
     // the first row's X and Z are patched in the grid only.
@@ -84,19 +57,19 @@ private slots:
         QFETCH(Print, c);
         RegionalFormatScope scope(frenchFormat());
         CommandFixture f;
-        f.state.Settings.NbDec = QStringLiteral("0.000");
+        f.state.CurrentFileName = QStringLiteral("/data/lev\u00E9 1.xyz");
         f.state.AddPoint({1000.5, 2000.125, -3, QStringLiteral("12")});
         f.state.AddPoint({0.123, 123456.789, 0, QStringLiteral("B7")});
         f.state.RefreshPointList();
         f.state.Grid.setTextMatrix(1, 1, QStringLiteral("1000,5"));
         f.state.Grid.setTextMatrix(1, 3, QStringLiteral("-3"));
+        RegionalFormatScope printing(c.format);
         ScriptedPrinter printer;
-        const QDateTime now(QDate(2026, 11, 23), QTime(9, 30));
         if (c.failAtLine > 0 || c.failAtEnd) {
             printer.failAtLine = c.failAtLine;
             printer.failAtEnd = c.failAtEnd;
             f.boxes.answerMessage(MsgAnswer::Ok);
-            QVERIFY(!PrintPointList(f.state, printer, f.boxes, f.progress, now));
+            QVERIFY(!PrintPointList(f.state, printer, f.boxes, f.progress, c.now));
             QCOMPARE(shownBoxes(f.boxes), QStringList{errorBox});
             QCOMPARE(printer.killed, 1);
             QVERIFY(printer.ended.empty() && printer.pending.isEmpty());
@@ -104,12 +77,16 @@ private slots:
             printer.failAtEnd = false;
             printer.killed = 0;
         }
-        QVERIFY(PrintPointList(f.state, printer, f.boxes, f.progress, now));
+        QVERIFY(PrintPointList(f.state, printer, f.boxes, f.progress, c.now));
         QCOMPARE(printer.ended.size(), std::size_t(1));
-        QCOMPARE(printer.ended.front().mid(2),
-                 QStringList({"Imprimer le lundi 23 novembre 2026 \u00E0 09:30", "Fichier : ",
+        // The version printed is the project's, major.minor, each number whole.
+        const QStringList version = QStringLiteral(TOVALIN_VERSION_TEXT).split(u'.');
+        QCOMPARE(printer.ended.front(),
+                 QStringList({"Tovalin version " + version[0] + u'.' + version[1], "", c.dateLine,
+                              "Fichier : /data/lev\u00E9 1.xyz",
                               "Matricule : 12     X : 1000,5     Y : 2000,125     Z : -3",
                               "Matricule : B7     X : 0,123     Y : 123456,789     Z : 0,000"}));
+        QCOMPARE(ListingHeader({10, 12, 7}, c.now, {}).first(), "Tovalin version 10.12");
         QCOMPARE(printer.killed, 0);
         QCOMPARE(f.boxes.boxes().size(), std::size_t(c.failAtLine > 0 || c.failAtEnd));
         // The progress counted every point line.
