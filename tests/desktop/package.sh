@@ -37,20 +37,12 @@ grep -q 'points topographiques' <<<"$description" || { echo "no French descripti
 
 root=$work/root
 dpkg-deb -x "$deb" "$root"
-for file in usr/lib/tovalin/tovalin usr/lib/tovalin/tovalin-cli usr/lib/tovalin/atm.bin \
-    usr/lib/tovalin/historique.txt usr/lib/tovalin/exemple.xyz usr/lib/tovalin/Aide/Index.html \
-    usr/share/applications/org.tovalin.Tovalin.desktop \
-    usr/share/metainfo/org.tovalin.Tovalin.metainfo.xml usr/share/mime/packages/org.tovalin.Tovalin.xml \
-    usr/share/icons/hicolor/scalable/apps/org.tovalin.Tovalin.svg \
-    usr/share/icons/hicolor/48x48/apps/org.tovalin.Tovalin.png \
-    usr/share/icons/hicolor/256x256/apps/org.tovalin.Tovalin.png \
-    usr/share/tovalin/screenshots/main-window.png \
-    usr/share/doc/tovalin/copyright usr/share/doc/tovalin/changelog.Debian.gz \
-    usr/share/doc/tovalin/examples/exemple.xyz \
-    usr/share/man/man1/tovalin.1.gz usr/share/man/man1/tovalin-cli.1.gz \
-    usr/share/man/fr/man1/tovalin.1.gz usr/share/man/fr/man1/tovalin-cli.1.gz; do
-    [ -f "$root/$file" ] || { echo "not in the package: /$file"; status=1; }
-done
+# Every file and link of the install tree, under /usr, and nothing else; only
+# the licence stays out, the copyright file standing for it.
+DESTDIR=$work/tree cmake --install "$build" --prefix /usr >/dev/null || { echo "install failed"; exit 1; }
+listing() { (cd "$1" && find . ! -type d | sort); }
+apart=$(comm -3 <(listing "$work/tree") <(listing "$root"))
+[ "$apart" = ./usr/share/doc/tovalin/LICENSE ] || { echo "package and install tree differ:"; echo "$apart"; status=1; }
 for program in tovalin tovalin-cli; do
     [ "$(readlink "$root/usr/bin/$program")" = "../lib/tovalin/$program" ] ||
         { echo "/usr/bin/$program is not a link to the program"; status=1; }
@@ -60,8 +52,6 @@ for program in tovalin tovalin-cli; do
         echo "/usr/lib/tovalin/$program is not stripped"; status=1
     fi
 done
-# The licence is the copyright file's, not a second copy.
-[ -e "$root/usr/share/doc/tovalin/LICENSE" ] && { echo "LICENSE beside the copyright file"; status=1; }
 # The copyright file is machine-readable and names the licence.
 head -1 "$root/usr/share/doc/tovalin/copyright" |
     grep -q '^Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/' ||

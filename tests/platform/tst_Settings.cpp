@@ -25,10 +25,10 @@ QString iniPath() {
 }
 
 // What QSettings itself reads for a key, lists joined back.
-QString readByQSettings(const QString& key) {
+QString readByQSettings(const QString& key, const QString& defaultValue = QString()) {
     QSettings settings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Tovalin"),
                        QStringLiteral("Tovalin"));
-    const QVariant value = settings.value(key);
+    const QVariant value = settings.value(key, defaultValue);
     return value.typeId() == QMetaType::QStringList ? value.toStringList().join(u',')
                                                     : value.toString();
 }
@@ -49,150 +49,135 @@ class TestSettings : public QObject {
 private slots:
     void init() { QFile::remove(iniPath()); }
 
-    void handWrittenFile_data();
-    void handWrittenFile();
-    void valuesRoundTrip_data();
-    void valuesRoundTrip();
-    void handWrittenValuesSurviveAWrite();
-    void writeFailures_data();
-    void writeFailures();
-};
-
-void TestSettings::handWrittenFile_data() {
-    Rows<HandWritten> row;
-    const QByteArray sep = "[Param\xc3\xa8tre]\nSeparateur_Lec=";
-    row("raw UTF-8 section, semicolon", {sep + ";\n", kParametre, "Separateur_Lec", ";"});
-    row("unquoted comma", {sep + ",\n", kParametre, "Separateur_Lec", ","});
-    row("escaped section, quoted comma",
-        {"[Param%E8tre]\nSeparateur_Lec=\",\"\n", kParametre, "Separateur_Lec", ","});
-    row("wide escaped section",
-        {"[Param%U00E8tre]\nSeparateur_Lec=|\n", kParametre, "Separateur_Lec", "|"});
-    row("quoted blank", {sep + "\" \"\n", kParametre, "Separateur_Lec", " "});
-    row("escaped tab", {sep + "\\t\n", kParametre, "Separateur_Lec", "\t"});
-    row("CR LF, blanks around", {"[App]\r\n  NbDec  =  0.000 \r\n", "App", "NbDec", "0.000"});
-    row("commas and blanks kept", {"[Divers]\nListe=a, b ;c\n", "Divers", "Liste", "a, b ;c"});
-    row("UTF-8 value", {"[Divers]\nNom=caf\xc3\xa9 \xe2\x82\xac\n", "Divers", "Nom", "café €"});
-    row("comment lines", {"; note\n[App]\n;K=1\nK=2\n", "App", "K", "2"});
-    row("later line wins", {"[App]\nK=1\n[Divers]\nK=9\n[App]\nK=3\n", "App", "K", "3"});
-    row("empty value is not the default", {"[App]\nK=\n", "App", "K", ""});
-    row("missing key", {"[App]\nK=1\n", "App", "L", "<default>"});
-    row("key in another section", {"[Divers]\nK=1\n", "App", "K", "<default>"});
-}
-
-void TestSettings::handWrittenFile() {
-    QFETCH(HandWritten, c);
-    testing::writeBytes(iniPath(), c.content);
-    IniSettingsStore store;
-    QCOMPARE(store.value(c.section, c.key, QStringLiteral("<default>")), c.expected);
-}
-
-void TestSettings::valuesRoundTrip_data() {
-    QTest::addColumn<QString>("value");
-    QTest::newRow("comma") << ",";
-    QTest::newRow("blank") << " ";
-    QTest::newRow("tab") << "\t";
-    QTest::newRow("semicolon") << ";";
-    QTest::newRow("empty") << "";
-    QTest::newRow("quotes and backslashes") << R"("q" C:\dir\n \\)";
-    QTest::newRow("leading at") << "@Invalid()";
-    QTest::newRow("blanks around") << "  a, b  ";
-    QTest::newRow("equals and hash") << "#a=b";
-    QTest::newRow("non-ASCII") << QStringLiteral("é€\u202f");
-    QTest::newRow("controls") << QStringLiteral("\u0001"
-                                                "1\n2\r");
-}
-
-void TestSettings::valuesRoundTrip() {
-    QFETCH(QString, value);
-    const QString key = QStringLiteral("Valeur");
-    IniSettingsStore reader; // opened before the writes, it must still see them
-    {
-        IniSettingsStore store;
-        store.setValue(kParametre, key, QStringLiteral("first"));
-        QCOMPARE(reader.value(kParametre, key, QString()), QStringLiteral("first"));
-        store.setValue(kParametre, key, value);
-        QCOMPARE(store.value(kParametre, key, QString()), value);
-        QCOMPARE(reader.value(kParametre, key, QString()), value);
+    void handWrittenFile_data() {
+        Rows<HandWritten> row;
+        const QByteArray sep = "[Param\xc3\xa8tre]\nSeparateur_Lec=";
+        row("raw UTF-8 section, semicolon", {sep + ";\n", kParametre, "Separateur_Lec", ";"});
+        row("unquoted comma", {sep + ",\n", kParametre, "Separateur_Lec", ","});
+        row("escaped section, quoted comma",
+            {"[Param%E8tre]\nSeparateur_Lec=\",\"\n", kParametre, "Separateur_Lec", ","});
+        row("wide escaped section",
+            {"[Param%U00E8tre]\nSeparateur_Lec=|\n", kParametre, "Separateur_Lec", "|"});
+        row("quoted blank", {sep + "\" \"\n", kParametre, "Separateur_Lec", " "});
+        row("escaped tab", {sep + "\\t\n", kParametre, "Separateur_Lec", "\t"});
+        row("CR LF, blanks around", {"[App]\r\n  NbDec  =  0.000 \r\n", "App", "NbDec", "0.000"});
+        row("commas and blanks kept", {"[Divers]\nListe=a, b ;c\n", "Divers", "Liste", "a, b ;c"});
+        row("UTF-8 value", {"[Divers]\nNom=caf\xc3\xa9 \xe2\x82\xac\n", "Divers", "Nom", "café €"});
+        row("comment lines", {"; note\n[App]\n;K=1\nK=2\n", "App", "K", "2"});
+        row("later line wins", {"[App]\nK=1\n[Divers]\nK=9\n[App]\nK=3\n", "App", "K", "3"});
+        row("empty value is not the default", {"[App]\nK=\n", "App", "K", ""});
+        row("missing key", {"[App]\nK=1\n", "App", "L", "<default>"});
+        row("key in another section", {"[Divers]\nK=1\n", "App", "K", "<default>"});
     }
-    IniSettingsStore fresh;
-    QCOMPARE(fresh.value(kParametre, key, QString()), value);
-    // Another reader of the file (QSettings itself) gets the same text.
-    QCOMPARE(readByQSettings(kParametre + u'/' + key), value);
-}
 
-void TestSettings::handWrittenValuesSurviveAWrite() {
-    testing::writeBytes(iniPath(), "[Param\xc3\xa8tre]\nSeparateur_Lec=;\nSeparateur_Autre_Lec=,\n"
-                                   "[Divers]\nLien=a;b\n");
-    {
-        IniSettingsStore store;
-        store.setValue(QStringLiteral("App"), QStringLiteral("Version"), QStringLiteral("3"));
+    // Read as written by hand; after the store writes another key, the same for
+    // a fresh store and for QSettings itself.
+    void handWrittenFile() {
+        QFETCH(HandWritten, c);
+        testing::writeBytes(iniPath(), c.content);
+        const QString none = QStringLiteral("<default>");
+        QCOMPARE(IniSettingsStore().value(c.section, c.key, none), c.expected);
+        IniSettingsStore().setValue(QStringLiteral("Divers"), QStringLiteral("Autre"),
+                                    QStringLiteral("3"));
+        QCOMPARE(IniSettingsStore().value(c.section, c.key, none), c.expected);
+        QCOMPARE(readByQSettings(c.section + u'/' + c.key, none), c.expected);
     }
-    IniSettingsStore store;
-    QCOMPARE(store.value(kParametre, QStringLiteral("Separateur_Lec"), QString()), ";");
-    QCOMPARE(store.value(kParametre, QStringLiteral("Separateur_Autre_Lec"), QString()), ",");
-    QCOMPARE(store.value(QStringLiteral("Divers"), QStringLiteral("Lien"), QString()), "a;b");
-    QCOMPARE(store.value(QStringLiteral("App"), QStringLiteral("Version"), QString()), "3");
-    QCOMPARE(readByQSettings(kParametre + QStringLiteral("/Separateur_Lec")), ";");
-}
 
-// Settings that cannot be written: said once per run, naming the file. The
-// file and the folder are made immutable as well as read-only, since the
-// tests may run as root, whom permissions do not stop.
-void TestSettings::writeFailures_data() {
-    QTest::addColumn<QString>("failure");
-    QTest::addColumn<int>("boxes");
-    QTest::newRow("writable") << "" << 0;
-    QTest::newRow("read-only file") << "file" << 1;
-    QTest::newRow("read-only folder") << "folder" << 1;
-    QTest::newRow("folder is a file") << "not a folder" << 1;
-}
+    void valuesRoundTrip_data() {
+        QTest::addColumn<QString>("value");
+        QTest::newRow("comma") << ",";
+        QTest::newRow("blank") << " ";
+        QTest::newRow("tab") << "\t";
+        QTest::newRow("semicolon") << ";";
+        QTest::newRow("empty") << "";
+        QTest::newRow("quotes and backslashes") << R"("q" C:\dir\n \\)";
+        QTest::newRow("leading at") << "@Invalid()";
+        QTest::newRow("blanks around") << "  a, b  ";
+        QTest::newRow("equals and hash") << "#a=b";
+        QTest::newRow("non-ASCII") << QStringLiteral("é€\u202f");
+        QTest::newRow("controls") << QStringLiteral("\u0001"
+                                                    "1\n2\r");
+    }
 
-void TestSettings::writeFailures() {
-    QFETCH(QString, failure);
-    QFETCH(int, boxes);
-    const QString folder = QFileInfo(iniPath()).path();
-    QDir().mkpath(folder);
-    testing::writeBytes(iniPath(), "[App]\nNbDec=0.000\n");
-    const auto protect = [](const QString& path, bool on) {
-        QFile::setPermissions(path, on ? QFile::ReadOwner | QFile::ExeOwner
-                                       : QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        return QProcess::execute(QStringLiteral("chattr"),
-                                 {on ? QStringLiteral("+i") : QStringLiteral("-i"), path}) == 0;
-    };
-    const QString target = failure == u"file" ? iniPath() : folder;
-    struct Restore {
-        std::function<void()> undo;
-        ~Restore() { undo(); }
-    } restore{[&] {
-        if (failure == u"file" || failure == u"folder")
-            protect(target, false);
-        if (failure == u"not a folder") {
-            QFile::remove(folder);
-            QDir().mkpath(folder);
+    void valuesRoundTrip() {
+        QFETCH(QString, value);
+        const QString key = QStringLiteral("Valeur");
+        IniSettingsStore reader; // opened before the writes, it must still see them
+        {
+            IniSettingsStore store;
+            store.setValue(kParametre, key, QStringLiteral("first"));
+            QCOMPARE(reader.value(kParametre, key, QString()), QStringLiteral("first"));
+            store.setValue(kParametre, key, value);
+            QCOMPARE(store.value(kParametre, key, QString()), value);
+            QCOMPARE(reader.value(kParametre, key, QString()), value);
         }
-    }};
-    if ((failure == u"file" || failure == u"folder") && !protect(target, true) && geteuid() == 0)
-        QSKIP("chattr cannot protect the settings from root here");
-    if (failure == u"not a folder") {
-        QDir(folder).removeRecursively();
-        testing::writeBytes(folder, "");
+        IniSettingsStore fresh;
+        QCOMPARE(fresh.value(kParametre, key, QString()), value);
+        // Another reader of the file (QSettings itself) gets the same text.
+        QCOMPARE(readByQSettings(kParametre + u'/' + key), value);
     }
-    ScriptedDialogs messages;
-    messages.setThrowOnUnexpected(false);
-    IniSettingsStore store;
-    store.reportWriteFailuresTo(messages);
-    store.setValue(QStringLiteral("App"), QStringLiteral("NbDec"), QStringLiteral("0.0"));
-    store.setValue(QStringLiteral("App"), QStringLiteral("SepSys"), QStringLiteral("1"));
-    QCOMPARE(int(messages.boxes().size()), boxes);
-    if (boxes == 0) {
-        QCOMPARE(readByQSettings(QStringLiteral("App/NbDec")), QStringLiteral("0.0"));
-        return;
+
+    // Settings that cannot be written: said once per run, naming the file. The
+    // file and the folder are made immutable as well as read-only, since the
+    // tests may run as root, whom permissions do not stop.
+    void writeFailures_data() {
+        QTest::addColumn<QString>("failure");
+        QTest::addColumn<int>("boxes");
+        QTest::newRow("writable") << "" << 0;
+        QTest::newRow("read-only file") << "file" << 1;
+        QTest::newRow("read-only folder") << "folder" << 1;
+        QTest::newRow("folder is a file") << "not a folder" << 1;
     }
-    QCOMPARE(messages.boxes().front().prompt,
-             IniSettingsStore::writeFailureText(QDir::toNativeSeparators(iniPath())));
-    QVERIFY(messages.boxes().front().prompt.contains(QStringLiteral("Tovalin/Tovalin.ini")));
-    QCOMPARE(messages.boxes().front().icon, MsgIcon::Critical);
-}
+
+    void writeFailures() {
+        QFETCH(QString, failure);
+        QFETCH(int, boxes);
+        const QString folder = QFileInfo(iniPath()).path();
+        QDir().mkpath(folder);
+        testing::writeBytes(iniPath(), "[App]\nNbDec=0.000\n");
+        const auto protect = [](const QString& path, bool on) {
+            QFile::setPermissions(path,
+                                  on ? QFile::ReadOwner | QFile::ExeOwner
+                                     : QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+            return QProcess::execute(QStringLiteral("chattr"),
+                                     {on ? QStringLiteral("+i") : QStringLiteral("-i"), path}) == 0;
+        };
+        const QString target = failure == u"file" ? iniPath() : folder;
+        struct Restore {
+            std::function<void()> undo;
+            ~Restore() { undo(); }
+        } restore{[&] {
+            if (failure == u"file" || failure == u"folder")
+                protect(target, false);
+            if (failure == u"not a folder") {
+                QFile::remove(folder);
+                QDir().mkpath(folder);
+            }
+        }};
+        if ((failure == u"file" || failure == u"folder") && !protect(target, true) &&
+            geteuid() == 0)
+            QSKIP("chattr cannot protect the settings from root here");
+        if (failure == u"not a folder") {
+            QDir(folder).removeRecursively();
+            testing::writeBytes(folder, "");
+        }
+        ScriptedDialogs messages;
+        messages.setThrowOnUnexpected(false);
+        IniSettingsStore store;
+        store.reportWriteFailuresTo(messages);
+        store.setValue(QStringLiteral("App"), QStringLiteral("NbDec"), QStringLiteral("0.0"));
+        store.setValue(QStringLiteral("App"), QStringLiteral("SepSys"), QStringLiteral("1"));
+        QCOMPARE(int(messages.boxes().size()), boxes);
+        if (boxes == 0) {
+            QCOMPARE(readByQSettings(QStringLiteral("App/NbDec")), QStringLiteral("0.0"));
+            return;
+        }
+        QCOMPARE(messages.boxes().front().prompt,
+                 IniSettingsStore::writeFailureText(QDir::toNativeSeparators(iniPath())));
+        QVERIFY(messages.boxes().front().prompt.contains(QStringLiteral("Tovalin/Tovalin.ini")));
+        QCOMPARE(messages.boxes().front().icon, MsgIcon::Critical);
+    }
+};
 
 TOVALIN_TEST(TestSettings)
 #include "tst_Settings.moc"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -13,8 +14,7 @@
 // real filters to a "file:" device in the folder: the PDF the printer would
 // get, to be read back.
 //
-// The scheduler is stopped by its process id and the folder removed when the
-// object goes.
+// The scheduler is stopped and the folder removed when the object goes.
 class PrivateCups {
 public:
     PrivateCups();
@@ -28,9 +28,6 @@ public:
     // PDF printer's driver, with that default orientation (IPP's codes: 3
     // portrait, 4 landscape, 5 reverse landscape, 6 reverse portrait).
     bool addQueue(const QString& name, int orientation = 3);
-    // A queue whose device cannot be opened; the scheduler stops it when a
-    // job fails on it.
-    bool addFailingQueue(const QString& name);
     // Runs one of the CUPS commands (lpadmin, cupsdisable, ...) against the
     // scheduler; its output when it fails.
     bool command(const QString& program, const QStringList& arguments,
@@ -40,32 +37,21 @@ public:
     // Stops the scheduler's process (SIGSTOP) so that it takes requests and
     // never answers them, or lets it go on (SIGCONT).
     bool pause(bool paused) const;
-    // Waits until the queue is stopped.
-    bool waitForStopped(const QString& queue, int seconds = 60) const;
     // The document of a job as it was handed to the scheduler (kept in its
     // spool after printing).
     QString spooledDocument(int job) const;
     // The file a queue's device writes.
     QString outputOf(const QString& queue) const;
-    QString folder() const { return dir_.path(); }
     QString socket() const;
-
-    // Where the driver of the queues comes from, as lpinfo names it.
-    static QString driverModel();
 
 private:
     QTemporaryDir dir_;
-    qint64 pid_ = 0;
+    QProcess cupsd_;
     QString failure_;
-    QByteArray savedServer_;
-    bool hadServer_ = false;
 };
 
-// The text of a PDF as pdftotext -layout reads it; pages split at form feeds.
-// Its layout guesses the width of a run of blanks.
-QString PdfText(const QString& file);
-// The lines of each page of a PDF in one fixed-pitch font, put together from
-// where poppler finds each word (pdftotext -bbox): the blanks between words
-// and before them (from the leftmost word of the document) counted in
-// character widths, an empty line for each missing line pitch.
-std::vector<QStringList> PdfPageLines(const QString& file);
+// The lines of each page of a PDF as pdftotext -layout reads it, the margin
+// the lines share taken off. Given the pitch of the document's fixed-pitch
+// font, every blank is where it stands on paper; without it pdftotext
+// guesses the width of a run of blanks.
+std::vector<QStringList> PdfPages(const QByteArray& pdf, double pitch = 0);
