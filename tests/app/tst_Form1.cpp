@@ -37,28 +37,86 @@ QString iniPath() {
     return qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/Tovalin/Tovalin.ini");
 }
 
+const QString defaults = QStringLiteral(
+    "Separateur_Lec=, & Separateur_Ecr=, & Separateur_Autre_Lec= & Separateur_Autre_Ecr= & "
+    "Calque_Point=0 & Calque_Matricule=0 & Calque_Z=0 & Num_Premier_Pt=0 & Inc_Num=0 & "
+    "Num_Pt_Dxf=1 & Dxf_Format=MS & Fich_Dim=2D & NbDec=0.000 & SepSys=0");
+
 struct Start {
     QByteArray ini;
     int error;
-    QString settings; // with SepSys last
-    QString shown;    // 1234.5 as the list shows it; "": start-up stopped before the list
+    QString changed; // the settings in memory that differ from the defaults
+    QString shown;   // 1234.5 as the list shows it; "": start-up stopped before the list
     QString addresses;
     QString box = {};
     QByteArray mail = mailFile; // "-": no mail settings file
 };
 
-// An error forced inside a window's command or mouse handler.
+// The files the open rows pick from; "drawing" and "plan.DXF" are DXF files.
+const QByteArray dxfPoint =
+    "0\r\nSECTION\r\n2\r\nENTITIES\r\n0\r\nPOINT\r\n8\r\n0\r\n10\r\n1.25\r\n"
+    "20\r\n2\r\n30\r\n3\r\n0\r\nENDSEC\r\n0\r\nEOF\r\n";
+const QMap<QString, QByteArray> files{{"survey.2024.xyz", "A,1,2,3\r\nB,4,5,6\r\nC,7,8,9\r\n"},
+                                      {"second.xyz", "D,1,1,1\r\n"},
+                                      {"n.xyz", "1,2\r\n3,4\r\n"},
+                                      {"points.dxf", "P,5,6,7\r\n"},
+                                      {"drawing", dxfPoint},
+                                      {"plan.DXF", dxfPoint}};
+
+struct Open {
+    // One command a step: "[Y|N|C] file index" chooses "Ouvrir", the question
+    // answered first ("-" for a cancelled dialog); "file" alone is named on
+    // the command line.
+    QStringList steps;
+    QString names;
+    int fixedRows;
+    int label;
+    QString base;
+    int error = 0; // the run-time error the last step reports
+    bool numbering = false;
+};
+
+// Carries out the steps of an open row; returns the boxes they should show
+// and sets `opened` to the last file read.
+QStringList openSteps(WindowFixture& f, const QStringList& steps, QString& opened) {
+    QStringList asked;
+    for (const QString& step : steps) {
+        QStringList words = step.split(u' ');
+        if (words[0].size() == 1 && words[0] != u"-") {
+            f.boxes.answerMessage(MsgAnswer(QStringLiteral("OYNC").indexOf(words.takeFirst())));
+            asked << QStringLiteral("Ajout de fichier: Voulez vous ajouter le fichier à ouvrir ? "
+                                    "[none yesnocancel]");
+        }
+        const QString path = f.dir.filePath(words.value(0));
+        if (files.contains(words.value(0))) {
+            writeBytes(path, files.value(words[0]));
+            opened = path;
+        }
+        if (words.size() == 1) {
+            f.window.OpenFiles({path});
+            continue;
+        }
+        if (words.size() == 2 && words[0] == u"-")
+            f.files.cancel();
+        else if (words.size() == 2)
+            f.files.choose(path, words[1].toInt());
+        f.trigger("open");
+    }
+    return asked;
+}
+
+// An error forced inside a window's command or mouse handler: the settings
+// cannot be written and no browser answers.
 struct Fault {
-    QString opens;                            // the main menu item that opens the window
-    QString window;                           // its name
-    std::function<void(ProgramFixture&)> act; // what the user does in it, error forced
+    QString opens;                                      // the main menu item that opens the window
+    QString window;                                     // its name
+    std::function<void(ProgramFixture&, QWidget*)> act; // what the user does in it
     int error;
 };
 
 // The view's middle, clicked in the current mode until a box shows (the
 // coordinates overflow after some 160 "Zoom -" clicks).
-void clickViewUntilBox(ProgramFixture& f, const char* mode) {
-    QWidget* view = f.topLevel(QStringLiteral("frmVisualisation"));
+void clickViewUntilBox(ProgramFixture& f, QWidget* view, const char* mode) {
     view->findChild<QAction*>(QStringLiteral("MnuRecentrer"))->trigger(); // drawn once
     view->findChild<QAction*>(QString::fromLatin1(mode))->trigger();
     auto* zone = view->findChild<Zone*>();
@@ -66,16 +124,9 @@ void clickViewUntilBox(ProgramFixture& f, const char* mode) {
         QTest::mouseClick(zone, Qt::LeftButton, {}, zone->rect().center());
 }
 
-void settingsFail(ProgramFixture& f) {
-    f.settings.onWrite = [] { throw RuntimeError(RuntimeError::PermissionDenied); };
-}
-
-void shellFails(ProgramFixture& f) {
-    f.shell.onOpen = [] { throw RuntimeError(RuntimeError::FileNotFound); };
-}
-
 } // namespace
 Q_DECLARE_METATYPE(Start)
+Q_DECLARE_METATYPE(Open)
 Q_DECLARE_METATYPE(Fault)
 
 class TestForm1 : public QObject {
@@ -85,7 +136,10 @@ private slots:
     void startUp_data();
     void startUp();
     void startUpLook();
-    void openFilesFromCommandLine();
+    void open_data();
+    void open();
+    void save_data();
+    void save();
     void quit_data();
     void quit();
     void errorsEndTheCommand_data();
@@ -93,45 +147,31 @@ private slots:
 };
 
 void TestForm1::startUp_data() {
-    const QString defaults = QStringLiteral(
-        "Separateur_Lec=, & Separateur_Ecr=, & Separateur_Autre_Lec= & Separateur_Autre_Ecr= & "
-        "Calque_Point=0 & Calque_Matricule=0 & Calque_Z=0 & Num_Premier_Pt=0 & Inc_Num=0 & "
-        "Num_Pt_Dxf=1 & Dxf_Format=MS & Fich_Dim=2D & NbDec=0.000 & SepSys=0");
     Rows<Start> row;
-    row("first run", {"", 0, defaults, "1234,500", "site|mail"});
+    row("first run", {"", 0, "", "1234,500", "site|mail"});
     // Absent keys keep their defaults; NbDec and SepSys drive the list's format.
     row("hand written",
         {"[Param\xc3\xa8tre]\nSeparateur_Lec=;\nCalque_Point=POINTS\nInc_Num=1\n"
          "Num_Premier_Pt=100\nFich_Dim=3D\n[App]\nNbDec=0.00\nSepSys=1\n",
          0,
-         "Separateur_Lec=; & Separateur_Ecr=, & Separateur_Autre_Lec= & Separateur_Autre_Ecr= & "
-         "Calque_Point=POINTS & Calque_Matricule=0 & Calque_Z=0 & Num_Premier_Pt=100 & "
-         "Inc_Num=1 & Num_Pt_Dxf=1 & Dxf_Format=MS & Fich_Dim=3D & NbDec=0.00 & SepSys=1",
+         "Separateur_Lec=; & Calque_Point=POINTS & Num_Premier_Pt=100 & Inc_Num=1 & Fich_Dim=3D & "
+         "NbDec=0.00 & SepSys=1",
          "1\u202f234,50", "site|mail"});
-    // SepSys is read strictly: one that is no number stops start-up before
-    // the list and the mail file.
+    // SepSys is read strictly, as the locale-aware conversion to a 16-bit
+    // integer (half to even): one that is no number stops start-up before the
+    // list and the mail file. Only a SepSys of 1 groups.
     row("SepSys text", {"[App]\nSepSys=oui\n", 13, "", "", "|"});
-    // Values only a hand-written file holds: only a SepSys of 1 groups; read
-    // as the locale-aware conversion to a 16-bit integer, half to even.
-    for (const char* flag : {"2", "-1", "1,5"}) {
-        QString settings = defaults;
-        settings.replace(QStringLiteral("SepSys=0"),
-                         QStringLiteral("SepSys=") + (flag[0] == '1' ? "2" : flag));
-        row((QByteArray("SepSys ") + flag).constData(),
-            {QByteArray("[App]\nSepSys=") + flag + '\n', 0, settings, "1234,500", "site|mail"});
-    }
+    row("SepSys 1,5", {"[App]\nSepSys=1,5\n", 0, "SepSys=2", "1234,500", "site|mail"});
     row("SepSys beyond 16 bits", {"[App]\nSepSys=40000\n", 6, "", "", "|"});
     // A value in quotes keeps its blanks, and the writers compare it as it is.
     row("Fich_Dim with blanks",
-        {"[Param\xc3\xa8tre]\nFich_Dim=\" 2D \"\n", 0,
-         QString(defaults).replace(QStringLiteral("Fich_Dim=2D"), QStringLiteral("Fich_Dim= 2D ")),
-         "1234,500", "site|mail"});
+        {"[Param\xc3\xa8tre]\nFich_Dim=\" 2D \"\n", 0, "Fich_Dim= 2D ", "1234,500", "site|mail"});
     row("no mail file",
-        {"", 0, defaults, "1234,500", "|",
+        {"", 0, "", "1234,500", "|",
          "Tovalin: Une erreur c'est produite\r\nVous devez réinstaller Tovalin [critical ok]",
          "-"});
     row("short mail file",
-        {"", 62, defaults, "1234,500", "site|", "", "1\r\n2\r\n3\r\n4\r\n5\r\n6\r\nsite\r\n"});
+        {"", 62, "", "1234,500", "site|", "", "1\r\n2\r\n3\r\n4\r\n5\r\n6\r\nsite\r\n"});
 }
 
 void TestForm1::startUp() {
@@ -156,7 +196,12 @@ void TestForm1::startUp() {
     QCOMPARE(raised, c.error);
     const bool started = !c.shown.isEmpty();
     if (started) {
-        QCOMPARE(memorySettings(state.Settings), items(c.settings));
+        QStringList settings = items(defaults);
+        for (const QString& changed : items(c.changed))
+            for (QString& setting : settings)
+                if (setting.section(u'=', 0, 0) == changed.section(u'=', 0, 0))
+                    setting = changed;
+        QCOMPARE(memorySettings(state.Settings), settings);
         QCOMPARE(state.FormatCoordinate(1234.5), c.shown);
     }
     QCOMPARE(gridRow(state, 0), started ? items("Matricule & X & Y & Z") : QStringList(4, ""));
@@ -192,37 +237,108 @@ void TestForm1::startUpLook() {
              QList<int>({67, 100, 100, 73}));
 }
 
-void TestForm1::openFilesFromCommandLine() {
+void TestForm1::open_data() {
+    Rows<Open> row;
+    // The label shows one less than the points read, as it always did; read
+    // into an empty list, the header row scrolls with the points.
+    row("into an empty list", {{"survey.2024.xyz 1"}, "A & B & C", 0, 2, "survey"});
+    row("yes adds", {{"survey.2024.xyz 1", "Y second.xyz 1"}, "A & B & C & D", 1, 3, "second"});
+    // Not adding empties only the list: the store keeps every point.
+    row("no still shows both",
+        {{"survey.2024.xyz 1", "N second.xyz 1"}, "A & B & C & D", 0, 3, "second"});
+    row("cancel changes nothing", {{"survey.2024.xyz 1", "C"}, "A & B & C", 0, 2, "survey"});
+    row("numbering restarts when not adding",
+        {{"n.xyz 1", "Y n.xyz 1", "N n.xyz 1"}, "10 & 10 & 11 & 12 & 10 & 10", 0, 5, "n", 0, true});
+    // The filter chooses the reader, whatever the name; a name without a dot
+    // has no base name.
+    row("DXF filter", {{"drawing 2"}, "1", 0, 0, ""});
+    row("XYZ filter", {{"points.dxf 1"}, "P", 0, 0, "points"});
+    // Named on the command line, the name chooses: DXF for ".dxf" in any case.
+    row("by name", {{"survey.2024.xyz", "plan.DXF"}, "A & B & C & 1", 1, 3, "plan"});
+    // A file that cannot be read is reported and the window is usable again;
+    // a cancelled dialog's empty name is such a file.
+    row("by name, missing", {{"survey.2024.xyz", "missing.xyz"}, "A & B & C", 0, 2, "survey", 53});
+    row("cancelled dialog", {{"survey.2024.xyz 1", "Y - 1"}, "A & B & C", 0, 2, "survey", 75});
+}
+
+void TestForm1::open() {
+    QFETCH(Open, c);
     RegionalFormatScope scope(frenchFormat());
     WindowFixture f;
-    // The name chooses the reader: DXF for ".dxf" in any case.
-    const QString first = f.dir.filePath(QStringLiteral("a.b.xyz"));
-    const QString second = f.dir.filePath(QStringLiteral("second.DXF"));
-    writeBytes(first, "7,1,2,3\r\n8,1,2,3\r\n9,4,5,6\r\n");
-    writeBytes(second, "0\r\nSECTION\r\n2\r\nENTITIES\r\n0\r\nPOINT\r\n8\r\n0\r\n10\r\n1\r\n20\r\n"
-                       "2\r\n30\r\n3\r\n0\r\nENDSEC\r\n0\r\nEOF\r\n");
-    // Read into an empty list, the header row is not fixed and scrolls with the
-    // points: it is the list's first row, and the view's own header is hidden.
-    f.window.OpenFiles({first});
-    QCOMPARE(f.state.Grid.fixedRows(), 0);
-    QVERIFY(f.window.grid()->horizontalHeader()->isHidden());
-    QCOMPARE(gridRow(f.state, 0), items("Matricule & X & Y & Z"));
-    f.window.OpenFiles({second});
-    QCOMPARE(f.state.Grid.fixedRows(), 1);
-
-    QCOMPARE(gridColumn(f.state, 0), items("7 & 8 & 9 & 1"));
-    QCOMPARE(f.window.windowTitle(), QStringLiteral("Editeur de fichiers XYZ et DXF"));
-    QCOMPARE(f.countLabel(), QStringLiteral("Nombre de points : 3"));
-    QCOMPARE(f.state.CurrentBaseName, QStringLiteral("second"));
-
-    // A missing file is reported, and the window is usable again.
-    f.boxes.answerMessage(MsgAnswer::Ok);
-    f.window.OpenFiles({f.dir.filePath(QStringLiteral("missing.xyz"))});
-    QCOMPARE(
-        shownBoxes(f.boxes),
-        QStringList{"Tovalin: Erreur d'exécution '53' :\n\nFichier introuvable [critical ok]"});
-    QCOMPARE(f.state.PointCount, 4.0);
+    if (c.numbering) {
+        f.state.Settings.Inc_Num = QStringLiteral("1");
+        f.state.Settings.Num_Premier_Pt = QStringLiteral("10");
+    }
+    QString opened;
+    QStringList boxes = openSteps(f, c.steps, opened);
+    if (c.error != 0)
+        boxes << QStringLiteral("Tovalin: ") + RuntimeError(c.error).reportText() +
+                     QStringLiteral(" [critical ok]");
+    QCOMPARE(shownBoxes(f.boxes), boxes);
+    QCOMPARE(f.files.unusedAnswers(), 0u);
+    for (const auto& shown : f.files.shown())
+        QCOMPARE(shown.filter, QStringLiteral("Fichier de points XYZ [*.*]|*.*|"
+                                              "Fichier d'échange DXF [*.dxf]|*.dxf"));
+    QCOMPARE(f.window.windowTitle(), c.error != 0
+                                         ? QStringLiteral("Chargement en cours...")
+                                         : QStringLiteral("Editeur de fichiers XYZ et DXF"));
+    QCOMPARE(gridColumn(f.state, 0), items(c.names));
+    QCOMPARE(f.state.Grid.fixedRows(), c.fixedRows);
+    QCOMPARE(f.window.grid()->horizontalHeader()->isHidden(), c.fixedRows == 0);
+    QCOMPARE(f.countLabel(), QStringLiteral("Nombre de points : %1").arg(c.label));
+    QCOMPARE(f.state.CurrentFileName, opened);
+    QCOMPARE(f.state.CurrentBaseName, c.base);
+    QCOMPARE(f.state.DataModified, false);
     QVERIFY(f.window.menuBar()->isEnabled());
+}
+
+void TestForm1::save_data() {
+    QTest::addColumn<int>("filterIndex"); // 0: nothing listed
+    QTest::addColumn<QString>("height");
+    QTest::addColumn<QByteArray>("written"); // XYZ: the whole file, DXF: its start
+    // With only the header row, saving shows nothing: a dialog would fail the test.
+    QTest::newRow("nothing listed") << 0 << "" << QByteArray();
+    // The store still has the point removed from the list.
+    QTest::newRow("XYZ, deleted row still saved")
+        << 1 << ""
+        << QByteArray("A,1.000,2.000,3.000\r\nB,4.000,5.000,6.000\r\nC,7.000,8.000,9.000\r\n");
+    QTest::newRow("DXF") << 2 << "1" << QByteArray("0\r\nSECTION");
+    // A zero height writes nothing, yet the save still counts.
+    QTest::newRow("DXF, height 0") << 2 << "0" << QByteArray();
+}
+
+void TestForm1::save() {
+    QFETCH(int, filterIndex);
+    QFETCH(QString, height);
+    QFETCH(QByteArray, written);
+    RegionalFormatScope scope(englishFormat());
+    WindowFixture f;
+    f.state.Settings.Fich_Dim = QStringLiteral("3D");
+    const QString target = f.dir.filePath(QStringLiteral("out.file"));
+    if (filterIndex > 0) {
+        QString opened;
+        openSteps(f, {"survey.2024.xyz 1"}, opened);
+        f.state.Grid.removeItem(2);
+        f.files.choose(target, filterIndex);
+    }
+    if (!height.isEmpty())
+        f.boxes.answerInput(height);
+    f.trigger("save");
+
+    QCOMPARE(f.files.shown().size(), filterIndex > 0 ? 2u : 0u);
+    if (filterIndex > 0) {
+        const auto& shown = f.files.shown().back();
+        QVERIFY(shown.save);
+        QCOMPARE(shown.initialName, QStringLiteral("survey"));
+        QCOMPARE(shown.filter, QStringLiteral("Fichier de points XYZ [*.xyz]|*.xyz|"
+                                              "Fichier d'échange DXF [*.dxf]|*.dxf"));
+    }
+    QCOMPARE(QFile::exists(target), !written.isEmpty());
+    const QByteArray bytes = readBytes(target);
+    QCOMPARE(filterIndex == 1 ? bytes : bytes.left(written.size()), written);
+    QCOMPARE(f.state.DataModified, filterIndex > 0);
+    QCOMPARE(f.state.CurrentFileName, filterIndex > 0 ? target : QString());
+    QCOMPARE(f.boxes.unusedAnswers(), 0u);
 }
 
 void TestForm1::quit_data() {
@@ -283,51 +399,40 @@ void TestForm1::quit() {
 // on, and the points are as they were.
 void TestForm1::errorsEndTheCommand_data() {
     Rows<Fault> row;
-    const auto click = [](const char* window, const char* name) {
-        return [=](ProgramFixture& f) {
-            settingsFail(f);
-            child<QAbstractButton>(f.topLevel(QString::fromLatin1(window)), name)->click();
+    const auto click = [](const char* name) {
+        return [=](ProgramFixture&, QWidget* window) {
+            child<QAbstractButton>(window, name)->click();
         };
     };
-    const auto choose = [](const char* window) {
-        return [=](ProgramFixture& f) {
-            settingsFail(f);
-            emit child<QComboBox>(f.topLevel(QString::fromLatin1(window)), "Combo1")->activated(0);
-        };
+    const auto choose = [](ProgramFixture&, QWidget* window) {
+        emit child<QComboBox>(window, "Combo1")->activated(0);
     };
     row("view: Zoom - clicks overflow",
-        {"view", "frmVisualisation", [](ProgramFixture& f) { clickViewUntilBox(f, "MnuZoomm"); },
+        {"view", "frmVisualisation",
+         [](ProgramFixture& f, QWidget* view) { clickViewUntilBox(f, view, "MnuZoomm"); },
          RuntimeError::Overflow});
     row("view: Zoom - clicks overflow, context menu",
         {"view", "frmVisualisation",
-         [](ProgramFixture& f) { clickViewUntilBox(f, "Mnu_Commande_Zoomm"); },
+         [](ProgramFixture& f, QWidget* view) { clickViewUntilBox(f, view, "Mnu_Commande_Zoomm"); },
          RuntimeError::Overflow});
-    row("Form2: Ok, settings not written",
-        {"para", "Form2", click("Form2", "Command1"), RuntimeError::PermissionDenied});
-    row("FormatDonnee: separator box, settings not written",
-        {"Mnu_Format", "FormatDonnee", click("FormatDonnee", "Check1"),
-         RuntimeError::PermissionDenied});
-    row("FormatDonnee: decimals, settings not written",
-        {"Mnu_Format", "FormatDonnee", choose("FormatDonnee"), RuntimeError::PermissionDenied});
-    row("Form6: printer choice, settings not written",
-        {"print", "Form6", choose("Form6"), RuntimeError::PermissionDenied});
-    row("frmAide: a web link, no browser",
-        {"help", "frmAide",
-         [](ProgramFixture& f) {
-             shellFails(f);
-             emit f.topLevel(QStringLiteral("frmAide"))
-                 ->findChild<QTextBrowser*>()
-                 ->anchorClicked(QUrl(QStringLiteral("https://www.example.org/")));
-         },
-         RuntimeError::FileNotFound});
-    row("Form4: the site link, no browser",
-        {"apropos", "Form4",
-         [](ProgramFixture& f) {
-             shellFails(f);
-             QTest::mouseClick(child<QLabel>(f.topLevel(QStringLiteral("Form4")), "Label3"),
-                               Qt::LeftButton);
-         },
-         RuntimeError::FileNotFound});
+    row("Form2: Ok", {"para", "Form2", click("Command1"), RuntimeError::PermissionDenied});
+    row("FormatDonnee: separator box",
+        {"Mnu_Format", "FormatDonnee", click("Check1"), RuntimeError::PermissionDenied});
+    row("FormatDonnee: decimals",
+        {"Mnu_Format", "FormatDonnee", choose, RuntimeError::PermissionDenied});
+    row("Form6: printer choice", {"print", "Form6", choose, RuntimeError::PermissionDenied});
+    row("frmAide: a web link", {"help", "frmAide",
+                                [](ProgramFixture&, QWidget* help) {
+                                    emit help->findChild<QTextBrowser*>()->anchorClicked(
+                                        QUrl(QStringLiteral("https://www.example.org/")));
+                                },
+                                RuntimeError::FileNotFound});
+    row("Form4: the site link", {"apropos", "Form4",
+                                 [](ProgramFixture&, QWidget* about) {
+                                     QTest::mouseClick(child<QLabel>(about, "Label3"),
+                                                       Qt::LeftButton);
+                                 },
+                                 RuntimeError::FileNotFound});
 }
 
 void TestForm1::errorsEndTheCommand() {
@@ -336,10 +441,12 @@ void TestForm1::errorsEndTheCommand() {
     const QStringList points = PointsAsText(f.state);
     const QStringList rows = gridColumn(f.state, 0);
     f.window.menuItem(c.opens)->trigger();
-    QVERIFY(f.topLevel(c.window));
+    QWidget* window = f.topLevel(c.window);
+    QVERIFY(window);
     f.boxes.clear();
-    f.boxes.setThrowOnUnexpected(false);
-    c.act(f);
+    f.settings.onWrite = [] { throw RuntimeError(RuntimeError::PermissionDenied); };
+    f.shell.onOpen = [] { throw RuntimeError(RuntimeError::FileNotFound); };
+    c.act(f, window);
     QCOMPARE(shownBoxes(f.boxes),
              QStringList{QStringLiteral("Tovalin: ") + RuntimeError(c.error).reportText() +
                          QStringLiteral(" [critical ok]")});
