@@ -10,8 +10,6 @@ using namespace testing;
 
 namespace {
 
-using Fixture = ProgramFixture;
-
 // The room a caption needs beyond its text in a push button: the style's
 // margin and frame on both sides. The size hint would also count the
 // style's least button width, which a narrow "Ok" does not need.
@@ -39,24 +37,21 @@ QStringList cutCaptions(QWidget* window) {
                        .arg(widget->height());
     };
     for (const QLabel* label : window->findChildren<QLabel*>()) {
-        if (label->text().isEmpty() || !label->pixmap().isNull())
-            continue;
-        if (label->wordWrap())
+        if (label->pixmap().isNull())
             check(label, label->text(),
-                  QSize(label->minimumSizeHint().width(), label->heightForWidth(label->width())));
-        else
-            check(label, label->text(), label->sizeHint());
+                  label->wordWrap() ? QSize(label->minimumSizeHint().width(),
+                                            label->heightForWidth(label->width()))
+                                    : label->sizeHint());
     }
-    for (const QPushButton* button : window->findChildren<QPushButton*>()) {
+    for (const QAbstractButton* button : window->findChildren<QAbstractButton*>()) {
         const QFontMetrics metrics(button->font());
-        check(button, button->text(),
-              QSize(metrics.horizontalAdvance(button->text()) + buttonRoom(button),
-                    metrics.height()));
+        if (auto* push = qobject_cast<const QPushButton*>(button))
+            check(button, button->text(),
+                  QSize(metrics.horizontalAdvance(button->text()) + buttonRoom(push),
+                        metrics.height()));
+        else
+            check(button, button->text(), button->sizeHint());
     }
-    for (const QCheckBox* box : window->findChildren<QCheckBox*>())
-        check(box, box->text(), box->sizeHint());
-    for (const QRadioButton* option : window->findChildren<QRadioButton*>())
-        check(option, option->text(), option->sizeHint());
     for (const QGroupBox* frame : window->findChildren<QGroupBox*>()) {
         const QFontMetrics metrics(frame->font());
         // The title stands inside the frame's border, a few pixels in.
@@ -66,14 +61,7 @@ QStringList cutCaptions(QWidget* window) {
     return cut;
 }
 
-struct Window {
-    QString name;    // its object name
-    QString command; // the menu item that opens it; "" for the main window
-    QString then;    // a button of that window that opens this one
-};
-
 } // namespace
-Q_DECLARE_METATYPE(Window)
 
 class CaptionsTest : public QObject {
     Q_OBJECT
@@ -81,44 +69,51 @@ private slots:
     // Every caption of every window fits at the default font: none is cut
     // off ("\um :" for "Num : ").
     void captionsFit_data() {
-        Rows<Window> row;
-        row("Form1", {"Form1", "", ""});
-        row("Form2", {"Form2", "para", ""});
-        row("Form3 enter", {"Form3", "ent_pt", ""});
-        row("Form3 modify", {"Form3", "mod_pt", ""});
-        row("Form3 search", {"Form3", "rech", ""});
-        row("Form5", {"Form5", "MnuImmatriculation", ""});
-        row("FormatDonnee", {"FormatDonnee", "Mnu_Format", ""});
-        row("frmVisualisation", {"frmVisualisation", "view", ""});
-        row("frmAide", {"frmAide", "help", ""});
-        row("Form4", {"Form4", "apropos", ""});
-        row("frmHistorique", {"frmHistorique", "apropos", "Command2"});
-        row("frmMail", {"frmMail", "EnvMail", ""});
-        row("Form6", {"Form6", "print", ""});
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("opens"); // the menu item, then a button of the about box
+        QTest::newRow("Form1") << "Form1"
+                               << "";
+        QTest::newRow("frmIntro") << "frmIntro"
+                                  << "";
+        QTest::newRow("Form2") << "Form2"
+                               << "para";
+        QTest::newRow("Form3 enter") << "Form3"
+                                     << "ent_pt";
+        QTest::newRow("Form3 modify") << "Form3"
+                                      << "mod_pt";
+        QTest::newRow("Form3 search") << "Form3"
+                                      << "rech";
+        QTest::newRow("Form5") << "Form5"
+                               << "MnuImmatriculation";
+        QTest::newRow("FormatDonnee") << "FormatDonnee"
+                                      << "Mnu_Format";
+        QTest::newRow("frmVisualisation") << "frmVisualisation"
+                                          << "view";
+        QTest::newRow("frmAide") << "frmAide"
+                                 << "help";
+        QTest::newRow("Form4") << "Form4"
+                               << "apropos";
+        QTest::newRow("frmHistorique") << "frmHistorique"
+                                       << "apropos Command2";
+        QTest::newRow("frmMail") << "frmMail"
+                                 << "EnvMail";
+        QTest::newRow("Form6") << "Form6"
+                               << "print";
     }
     void captionsFit() {
-        QFETCH(Window, c);
-        Fixture f;
-        QWidget* window = &f.window;
-        if (!c.command.isEmpty()) {
-            f.window.menuItem(c.command)->trigger();
-            if (!c.then.isEmpty()) {
-                QPushButton* button =
-                    f.topLevel(QStringLiteral("Form4"))->findChild<QPushButton*>(c.then);
-                QVERIFY(button);
-                button->click();
-            }
-            window = f.topLevel(c.name);
-        }
-        QVERIFY2(window, qPrintable(c.name));
-        const QStringList cut = cutCaptions(window);
-        QVERIFY2(cut.isEmpty(), qPrintable(cut.join(u'\n')));
-    }
-
-    void splashCaptionsFit() {
+        QFETCH(QString, name);
+        QFETCH(QString, opens);
+        ProgramFixture f;
         frmIntro splash([] {});
         splash.show();
-        const QStringList cut = cutCaptions(&splash);
+        const QStringList steps = opens.split(u' ', Qt::SkipEmptyParts);
+        if (!steps.isEmpty())
+            f.window.menuItem(steps[0])->trigger();
+        if (steps.size() > 1)
+            child<QPushButton>(f.topLevel(QStringLiteral("Form4")), qPrintable(steps[1]))->click();
+        QWidget* window = f.topLevel(name);
+        QVERIFY2(window, qPrintable(name));
+        const QStringList cut = cutCaptions(window);
         QVERIFY2(cut.isEmpty(), qPrintable(cut.join(u'\n')));
     }
 };

@@ -20,14 +20,11 @@ private slots:
 void TestProgramOptions::withoutDisplay_data() {
     QTest::addColumn<QStringList>("args");
     QTest::addColumn<QString>("firstLine");
-    QTest::newRow("version") << QStringList{"--version"}
-                             << QStringLiteral("Tovalin " TOVALIN_VERSION_TEXT);
-    QTest::newRow("help") << QStringList{"--help"}
-                          << QStringLiteral("Tovalin : éditeur et convertisseur de fichiers de "
-                                            "points topographiques.");
-    QTest::newRow("help after a file") << QStringList{"points.xyz", "-h"}
-                                       << QStringLiteral("Tovalin : éditeur et convertisseur de "
-                                                         "fichiers de points topographiques.");
+    const QString help =
+        QStringLiteral("Tovalin : éditeur et convertisseur de fichiers de points topographiques.");
+    QTest::newRow("version") << QStringList{"--version"} << "Tovalin " TOVALIN_VERSION_TEXT;
+    QTest::newRow("help") << QStringList{"--help"} << help;
+    QTest::newRow("help after a file") << QStringList{"points.xyz", "-h"} << help;
 }
 
 void TestProgramOptions::withoutDisplay() {
@@ -43,8 +40,7 @@ void TestProgramOptions::withoutDisplay() {
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
     QCOMPARE(process.exitCode(), 0);
     QCOMPARE(process.readAllStandardError(), QByteArray());
-    const QString out = QString::fromUtf8(process.readAllStandardOutput());
-    QCOMPARE(out.section(u'\n', 0, 0), firstLine);
+    QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()).section(u'\n', 0, 0), firstLine);
 }
 
 // What the started program does with its arguments, "|" between files:
