@@ -1,12 +1,14 @@
 #include "ProgramFixture.h"
 #include "TestRunner.h"
 
+#include "app/CommandLine.h"
 #include "platform/RuntimeError.h"
 #include "state/Startup.h"
 #include "viewer/Zone.h"
 
 #include <QFile>
 #include <QHeaderView>
+#include <QProcess>
 #include <QTextBrowser>
 #include <QTimer>
 #include <functional>
@@ -135,7 +137,6 @@ private slots:
     void init() { QFile::remove(iniPath()); }
     void startUp_data();
     void startUp();
-    void startUpLook();
     void open_data();
     void open();
     void save_data();
@@ -144,6 +145,10 @@ private slots:
     void quit();
     void errorsEndTheCommand_data();
     void errorsEndTheCommand();
+    void withoutDisplay_data();
+    void withoutDisplay();
+    void filesNamed_data();
+    void filesNamed();
 };
 
 void TestForm1::startUp_data() {
@@ -185,15 +190,16 @@ void TestForm1::startUp() {
     IniSettingsStore store;
     ScriptedDialogs boxes;
     boxes.setThrowOnUnexpected(false);
+    ScriptedFileDialog files;
     GestionDonnee state;
     state.DataModified = true;
-    int raised = 0;
-    try {
-        LoadMainWindow(state, store, boxes, dir.path());
-    } catch (const RuntimeError& e) {
-        raised = e.number();
-    }
-    QCOMPARE(raised, c.error);
+    Form1 window{state, Services{boxes, boxes, files, store}};
+    window.LoadMainWindow(dir.path());
+    QStringList shown = items(c.box);
+    if (c.error != 0)
+        shown << QStringLiteral("Tovalin: ") + RuntimeError(c.error).reportText() +
+                     QStringLiteral(" [critical ok]");
+    QCOMPARE(shownBoxes(boxes), shown);
     const bool started = !c.shown.isEmpty();
     if (started) {
         QStringList settings = items(defaults);
@@ -203,22 +209,22 @@ void TestForm1::startUp() {
                     setting = changed;
         QCOMPARE(memorySettings(state.Settings), settings);
         QCOMPARE(state.FormatCoordinate(1234.5), c.shown);
+        // 1000, 1500, 1500 and 1100 twips at 96 dots per inch.
+        const QTableView* grid = window.grid();
+        QCOMPARE(QList<int>({grid->columnWidth(0), grid->columnWidth(1), grid->columnWidth(2),
+                             grid->columnWidth(3)}),
+                 QList<int>({67, 100, 100, 73}));
     }
     QCOMPARE(gridRow(state, 0), started ? items("Matricule & X & Y & Z") : QStringList(4, ""));
     QCOMPARE(state.DataModified, !started);
     QCOMPARE(state.WebSiteAddress + u'|' + state.SupportAddress, c.addresses);
-    QCOMPARE(shownBoxes(boxes), items(c.box));
     // The program's folder is written at every start, and nothing else.
     IniSettingsStore reread;
     QCOMPARE(reread.value(sections::app(), QStringLiteral("Path"), QString()),
              started ? dir.path() : QString());
     QCOMPARE(reread.value(sections::parametre(), "Separateur_Ecr", "-"), QStringLiteral("-"));
-}
-
-void TestForm1::startUpLook() {
-    WindowFixture f;
     QCOMPARE(
-        describe(f.window.menuBar()),
+        describe(window.menuBar()),
         items("fich>Fichier & open:Ouvrir:Ctrl+O & - & save:Enregistrer:Ctrl+E & - & "
               "para:Paramètres de lecture\\Ecriture:Ctrl+A & - & print:Imprimer:Ctrl+P & - & "
               "exit:Quitter:Ctrl+Q & < & edit>Edition & ent_pt:Entrer un point:Ctrl+N & "
@@ -229,12 +235,7 @@ void TestForm1::startUpLook() {
               "EnvMail:Envoyer un mail à l'auteur: & - & "
               "mnu_lien_site:Visiter le site internet: & < & - & apropos:A propos de...: & <"));
     // "fichier" here, "fichiers" once a file is open.
-    QCOMPARE(f.window.windowTitle(), QStringLiteral("Editeur de fichier XYZ et DXF"));
-    // 1000, 1500, 1500 and 1100 twips at 96 dots per inch.
-    const QTableView* grid = f.window.grid();
-    QCOMPARE(QList<int>({grid->columnWidth(0), grid->columnWidth(1), grid->columnWidth(2),
-                         grid->columnWidth(3)}),
-             QList<int>({67, 100, 100, 73}));
+    QCOMPARE(window.windowTitle(), QStringLiteral("Editeur de fichier XYZ et DXF"));
 }
 
 void TestForm1::open_data() {
@@ -454,6 +455,74 @@ void TestForm1::errorsEndTheCommand() {
     QVERIFY(f.topLevel(c.window));
     QCOMPARE(PointsAsText(f.state), points);
     QCOMPARE(gridColumn(f.state, 0), rows);
+}
+
+// The program's --help and --version, answered without a display: no
+// platform plugin, no DISPLAY, and nothing else printed.
+void TestForm1::withoutDisplay_data() {
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("firstLine");
+    QTest::newRow("version") << QStringList{"--version"} << "Tovalin " TOVALIN_VERSION_TEXT;
+    QTest::newRow("help") << QStringList{"--help"}
+                          << "Tovalin : éditeur et convertisseur de fichiers de points "
+                             "topographiques.";
+}
+
+void TestForm1::withoutDisplay() {
+    QFETCH(QStringList, args);
+    QFETCH(QString, firstLine);
+    QProcess process;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        env.remove(QString::fromLatin1(name));
+    process.setProcessEnvironment(env);
+    process.start(QStringLiteral(TOVALIN_BINARY_DIR "/bin/tovalin"), args);
+    QVERIFY(process.waitForFinished(20000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 0);
+    QCOMPARE(process.readAllStandardError(), QByteArray());
+    QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()).section(u'\n', 0, 0), firstLine);
+}
+
+// What the started program does with its arguments, "|" between files:
+// opened, then imported, or the usage error; "help" when the arguments are
+// answered before any window.
+void TestForm1::filesNamed_data() {
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("outcome");
+    QTest::newRow("files") << QStringList{"a.xyz", "b.dxf", "-"} << "a.xyz|b.dxf|- ; ";
+    QTest::newRow("import") << QStringList{"a.xyz", "--import", "r.csv", "s.txt"}
+                            << "a.xyz ; r.csv|s.txt";
+    QTest::newRow("import alone") << QStringList{"--import"} << " ; ";
+    QTest::newRow("-- ends options")
+        << QStringList{"--", "-a.xyz", "--import", "--help"} << "-a.xyz|--import|--help ; ";
+    QTest::newRow("import, then --") << QStringList{"--import", "--", "-r.csv"} << " ; -r.csv";
+    QTest::newRow("unknown option") << QStringList{"a.xyz", "-a.xyz"} << "error -a.xyz";
+    QTest::newRow("help") << QStringList{"a.xyz", "--help", "--", "b"} << "help";
+}
+
+void TestForm1::filesNamed() {
+    QFETCH(QStringList, args);
+    QFETCH(QString, outcome);
+    std::vector<QByteArray> bytes{"tovalin"};
+    for (const QString& arg : args)
+        bytes.push_back(arg.toUtf8());
+    std::vector<const char*> argv;
+    for (const QByteArray& arg : bytes)
+        argv.push_back(arg.constData());
+    std::FILE* out = std::tmpfile();
+    const bool answered = AnswerWithoutWindow(int(argv.size()), argv.data(), out).has_value();
+    std::fclose(out);
+    const ProgramFiles files = ParseProgramArguments(args);
+    QString got = answered
+                      ? QStringLiteral("help")
+                      : files.open.join(u'|') + QStringLiteral(" ; ") + files.import.join(u'|');
+    if (!answered && !files.error.isEmpty()) {
+        QVERIFY2(files.error.contains(QStringLiteral("option inconnue « %1 »").arg(args.last())),
+                 qPrintable(files.error));
+        got = QStringLiteral("error ") + args.last();
+    }
+    QCOMPARE(got, outcome);
 }
 
 TOVALIN_TEST(TestForm1)

@@ -16,8 +16,10 @@
 #include <QPointer>
 #include <QTimer>
 #include <QTranslator>
+#include <optional>
 
 using namespace platform;
+using testing::Rows;
 
 namespace {
 
@@ -30,6 +32,16 @@ void whenShown(const std::function<void(QWidget*)>& act) {
     });
 }
 
+// A box shown with that prompt and answered with that key.
+struct Box {
+    QString prompt;
+    QString shown;                     // its text as the box shows it
+    std::optional<MsgButtons> buttons; // none: the input box
+    int key;
+    Qt::KeyboardModifiers modifiers;
+    QString answer; // the button chosen, or the input box's text
+};
+
 // A file of that many bytes listed under that regional format: its size and
 // date as shown.
 struct Details {
@@ -39,6 +51,7 @@ struct Details {
 };
 
 } // namespace
+Q_DECLARE_METATYPE(Box)
 Q_DECLARE_METATYPE(Details)
 
 // The real message, input and file boxes, as a user sees them: each read
@@ -50,10 +63,8 @@ private slots:
     void initTestCase();
     void cleanupTestCase();
     void cleanup() { QLocale::setDefault(QLocale::c()); }
-    void lineBreaks_data();
-    void lineBreaks();
-    void keyboard_data();
-    void keyboard();
+    void boxes_data();
+    void boxes();
     void fileTypes_data();
     void fileTypes();
     void details_data();
@@ -74,89 +85,70 @@ void TestQtDialogs::cleanupTestCase() {
     delete french_;
 }
 
-void TestQtDialogs::lineBreaks_data() {
-    testing::Rows<std::pair<QString, QString>> row; // the prompt, the text shown
-    row("lone CR", {"Entrez la taille\rExemple : 1", "Entrez la taille\nExemple : 1"});
-    row("CR LF", {"Une erreur\r\nVous devez", "Une erreur\nVous devez"});
-    row("lone LF", {"a\nb", "a\nb"});
-    row("CR CR", {"Point trouvé\r\rNum= 9", "Point trouvé\n\nNum= 9"});
-}
-
-// The text each box shows, read from the open box, which its close box ends.
-void TestQtDialogs::lineBreaks() {
-    using Break = std::pair<QString, QString>;
-    QFETCH(Break, c);
-    const auto& [prompt, shown] = c;
-    for (const bool input : {false, true}) {
-        auto texts = std::make_shared<QStringList>();
-        whenShown([texts](QWidget* box) {
-            for (QLabel* label : box->findChildren<QLabel*>()) {
-                if (!label->text().isEmpty() && label->isVisible())
-                    *texts << label->text();
-            }
-            box->close();
-        });
-        if (input)
-            QtInputBoxService().ask(prompt, QStringLiteral("Titre"), QStringLiteral("1"));
-        else
-            QtMessageBoxService().show(prompt, MsgButtons::Ok, MsgIcon::None,
-                                       QStringLiteral("Titre"));
-        QVERIFY2(texts->contains(shown), qPrintable(texts->join(u'|')));
-    }
-}
-
-void TestQtDialogs::keyboard_data() {
-    QTest::addColumn<MsgButtons>("buttons");
-    QTest::addColumn<int>("key");
-    QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
-    QTest::addColumn<MsgAnswer>("answer");
+void TestQtDialogs::boxes_data() {
+    Rows<Box> row;
     const auto alt = Qt::KeyboardModifiers(Qt::AltModifier);
     const auto none = Qt::KeyboardModifiers(Qt::NoModifier);
     const MsgButtons yesNo = MsgButtons::YesNo, three = MsgButtons::YesNoCancel;
-    QTest::newRow("Alt+O, Oui") << yesNo << int(Qt::Key_O) << alt << MsgAnswer::Yes;
-    QTest::newRow("Alt+N, Non") << yesNo << int(Qt::Key_N) << alt << MsgAnswer::No;
-    QTest::newRow("O alone") << yesNo << int(Qt::Key_O) << none << MsgAnswer::Yes;
-    QTest::newRow("N alone") << three << int(Qt::Key_N) << none << MsgAnswer::No;
-    QTest::newRow("Alt+A, Annuler") << three << int(Qt::Key_A) << alt << MsgAnswer::Cancel;
-    QTest::newRow("Escape, Non") << yesNo << int(Qt::Key_Escape) << none << MsgAnswer::No;
-    QTest::newRow("Escape, Annuler") << three << int(Qt::Key_Escape) << none << MsgAnswer::Cancel;
-    QTest::newRow("Return, Oui first") << three << int(Qt::Key_Return) << none << MsgAnswer::Yes;
+    const QString ask = QStringLiteral("Voulez vous ajouter le fichier à ouvrir ?");
+    row("lone CR, Alt+O", {"Entrez la taille\rExemple : 1", "Entrez la taille\nExemple : 1", yesNo,
+                           Qt::Key_O, alt, "Oui"});
+    row("CR LF, Alt+N",
+        {"Une erreur\r\nVous devez", "Une erreur\nVous devez", yesNo, Qt::Key_N, alt, "Non"});
+    row("lone LF, O alone", {"a\nb", "a\nb", yesNo, Qt::Key_O, none, "Oui"});
+    row("CR CR, N alone",
+        {"Point trouvé\r\rNum= 9", "Point trouvé\n\nNum= 9", three, Qt::Key_N, none, "Non"});
+    row("Alt+A, Annuler", {ask, ask, three, Qt::Key_A, alt, "Annuler"});
+    row("Escape, Non", {ask, ask, yesNo, Qt::Key_Escape, none, "Non"});
+    row("Escape, Annuler", {ask, ask, three, Qt::Key_Escape, none, "Annuler"});
+    row("Return, Oui first", {ask, ask, three, Qt::Key_Return, none, "Oui"});
+    // The input box: OK gives the text, Escape the empty text.
+    row("input, lone CR, Return", {"Entrez la taille\rExemple : 1", "Entrez la taille\nExemple : 1",
+                                   std::nullopt, Qt::Key_Return, none, "1"});
+    row("input, CR LF, Escape", {"Une erreur\r\nVous devez", "Une erreur\nVous devez", std::nullopt,
+                                 Qt::Key_Escape, none, ""});
 }
 
-// Oui, Non and Annuler from the keyboard, with the letters a French desktop
-// underlines; the captions read without the mark are the plain words.
-void TestQtDialogs::keyboard() {
-    QFETCH(MsgButtons, buttons);
-    QFETCH(int, key);
-    QFETCH(Qt::KeyboardModifiers, modifiers);
-    QFETCH(MsgAnswer, answer);
-    auto captions = std::make_shared<QStringList>();
+// Each box as a user sees it: its text and its button captions read from the
+// open box, then a key pressed, with the letters a French desktop underlines.
+void TestQtDialogs::boxes() {
+    QFETCH(Box, c);
+    auto shown = std::make_shared<QStringList>(); // the texts, then the captions
     auto leftOpen = std::make_shared<bool>(false);
-    whenShown([=](QWidget* box) {
+    whenShown([shown, leftOpen, c](QWidget* box) {
         // Shortcuts reach the active window only.
         QVERIFY(QTest::qWaitForWindowActive(box));
+        for (QLabel* label : box->findChildren<QLabel*>()) {
+            if (!label->text().isEmpty() && label->isVisible())
+                *shown << label->text();
+        }
+        QStringList captions;
         for (QAbstractButton* button : box->findChildren<QAbstractButton*>()) {
             if (button->isVisible())
-                *captions << QString(button->text()).remove(u'&');
+                captions << QString(button->text()).remove(u'&');
         }
-        QTest::keyClick(box, Qt::Key(key), modifiers);
+        captions.sort();
+        *shown << captions.join(u' ');
+        QTest::keyClick(box, Qt::Key(c.key), c.modifiers);
         // A key that answers nothing would leave the box open: note it and
         // close the box so the run goes on.
-        const QPointer<QWidget> shown(box);
-        if (!QTest::qWaitFor([shown] { return shown.isNull() || !shown->isVisible(); }, 2000)) {
+        const QPointer<QWidget> open(box);
+        if (!QTest::qWaitFor([open] { return open.isNull() || !open->isVisible(); }, 2000)) {
             *leftOpen = true;
-            shown->close();
+            open->close();
         }
     });
-    const MsgAnswer got =
-        QtMessageBoxService().show(QStringLiteral("Voulez vous ajouter le fichier à ouvrir ?"),
-                                   buttons, MsgIcon::Question, QStringLiteral("Ouvrir"));
-    captions->sort();
-    QCOMPARE(captions->join(u' '), buttons == MsgButtons::YesNo
-                                       ? QStringLiteral("Non Oui")
-                                       : QStringLiteral("Annuler Non Oui"));
+    static const char* const answers[] = {"OK", "Oui", "Non", "Annuler"}; // as MsgAnswer
+    const QString title = QStringLiteral("Titre");
+    const QString got = c.buttons ? QString::fromUtf8(answers[int(QtMessageBoxService().show(
+                                        c.prompt, *c.buttons, MsgIcon::Question, title))])
+                                  : QtInputBoxService().ask(c.prompt, title, QStringLiteral("1"));
+    QVERIFY2(shown->contains(c.shown), qPrintable(shown->join(u'|')));
+    QCOMPARE(shown->last(), !c.buttons                        ? QStringLiteral("Annuler OK")
+                            : *c.buttons == MsgButtons::YesNo ? QStringLiteral("Non Oui")
+                                                              : QStringLiteral("Annuler Non Oui"));
     QVERIFY2(!*leftOpen, "the key left the box open");
-    QCOMPARE(got, answer);
+    QCOMPARE(got, c.answer);
 }
 
 void TestQtDialogs::fileTypes_data() {

@@ -157,19 +157,7 @@ private slots:
         QCOMPARE(browser->documentTitle(), QStringLiteral("Aide de Tovalin"));
     }
 
-    void helpWithoutStartPage() {
-        ProgramFixture f;
-        f.trigger("help");
-        auto* help = dynamic_cast<frmAide*>(f.topLevel(QStringLiteral("frmAide")));
-        QVERIFY(help);
-        const QString text = help->browser()->toPlainText();
-        QVERIFY2(text.contains(QStringLiteral("Page introuvable")), qPrintable(text));
-        QVERIFY(text.contains(
-            QDir::toNativeSeparators(f.dir.filePath(QStringLiteral("Aide/Index.html")))));
-        QVERIFY(f.boxes.boxes().empty() && f.shell.opened.isEmpty());
-    }
-
-    void aboutBox() {
+    void aboutBoxAndLinks() {
         ProgramFixture f;
         f.trigger("apropos");
         QWidget* about = f.topLevel(QStringLiteral("Form4"));
@@ -237,6 +225,21 @@ private slots:
         f.topLevel(QStringLiteral("Form4"))->hide();
         f.trigger("apropos");
         QVERIFY(f.topLevel(QStringLiteral("Form4")));
+        // No help beside this program: the help window shows a page of its own.
+        const QString text =
+            dynamic_cast<frmAide*>(f.topLevel(QStringLiteral("frmAide")))->browser()->toPlainText();
+        QVERIFY2(text.contains(QStringLiteral("Page introuvable")) &&
+                     text.contains(QDir::toNativeSeparators(
+                         f.dir.filePath(QStringLiteral("Aide/Index.html")))),
+                 qPrintable(text));
+        // The site and the update page from the menu.
+        f.trigger("mnu_lien_site");
+        f.trigger("mnu_Internet_Maj");
+        QCOMPARE(f.shell.opened,
+                 (QList<QUrl>{QUrl(QStringLiteral("site")), QUrl(QStringLiteral("site")),
+                              QUrl(QStringLiteral("https://www.example.org/tovalin/"
+                                                  "mise-a-jour.html"))}));
+        QVERIFY(f.boxes.boxes().empty());
     }
 
     void history_data() {
@@ -270,15 +273,6 @@ private slots:
         QVERIFY(f.boxes.boxes().empty());
     }
 
-    void webLinks() {
-        ProgramFixture f;
-        f.trigger("mnu_lien_site");
-        f.trigger("mnu_Internet_Maj");
-        QCOMPARE(f.shell.opened, (QList<QUrl>{QUrl(QStringLiteral("site")),
-                                              QUrl(QStringLiteral("https://www.example.org/tovalin/"
-                                                                  "mise-a-jour.html"))}));
-    }
-
     // Handed to the mail program, or, with none to take it, kept in the
     // window with a word on how to send it.
     void mailWindowSends_data() {
@@ -288,6 +282,13 @@ private slots:
     }
     void mailWindowSends() {
         QFETCH(bool, handled);
+        QCOMPARE(
+            SystemReport(QStringLiteral("Debian GNU/Linux 12"), QStringLiteral("6.1.0"),
+                         8ULL * 1024 * 1024 * 1024),
+            QStringLiteral("Système : Debian GNU/Linux 12 (version 6.1.0)\r\nMémoire : 8192 Mo"));
+        // This machine's: a name and a memory size of some megabytes.
+        QVERIFY(SystemReport().contains(
+            QRegularExpression(QStringLiteral("Mémoire : [1-9][0-9]* Mo$"))));
         ProgramFixture f;
         f.state.SupportAddress = QStringLiteral("support@example.org");
         f.shell.handled = handled;
@@ -320,16 +321,6 @@ private slots:
                              "répondu : le message n'a pas été envoyé.\r\nIl est resté dans la "
                              "fenêtre. Copiez-le et envoyez-le depuis votre messagerie à "
                              "l'adresse support@example.org. [information ok]"});
-    }
-
-    void systemReport() {
-        QCOMPARE(
-            SystemReport(QStringLiteral("Debian GNU/Linux 12"), QStringLiteral("6.1.0"),
-                         8ULL * 1024 * 1024 * 1024),
-            QStringLiteral("Système : Debian GNU/Linux 12 (version 6.1.0)\r\nMémoire : 8192 Mo"));
-        // This machine's: a name and a memory size of some megabytes.
-        QVERIFY(SystemReport().contains(
-            QRegularExpression(QStringLiteral("Mémoire : [1-9][0-9]* Mo$"))));
     }
 };
 
