@@ -48,10 +48,6 @@ void moveOver(QWidget* widget, QPoint at) {
     QApplication::sendEvent(widget, &move);
 }
 
-void click(QWidget* widget) {
-    QTest::mouseClick(widget, Qt::LeftButton, Qt::NoModifier, widget->rect().center());
-}
-
 // "lit" (pure blue and underlined), "plain" (black) or "?".
 QString look(const QLabel* label) {
     const QColor color = label->palette().color(QPalette::WindowText);
@@ -203,13 +199,13 @@ private slots:
         moveOver(about, bare);
         QCOMPARE(looks(), QStringLiteral("plain plain"));
 
-        click(site);
+        QTest::mouseClick(site, Qt::LeftButton);
         QCOMPARE(f.shell.opened, QList<QUrl>{QUrl(QStringLiteral("site"))});
         QVERIFY(!f.topLevel(QStringLiteral("frmMail")));
-        click(mail);
+        QTest::mouseClick(mail, Qt::LeftButton);
         QVERIFY(f.topLevel(QStringLiteral("frmMail")));
         QCOMPARE(f.shell.opened.size(), 1);
-        click(child<QPushButton>(about, "Command1"));
+        child<QPushButton>(about, "Command1")->click();
         QVERIFY(!about->isVisible());
 
         // Chosen again and again, each command shows its one window again.
@@ -264,7 +260,7 @@ private slots:
         QCOMPARE(HistoryText(name), text);
 
         f.trigger("apropos");
-        click(child<QPushButton>(f.topLevel(QStringLiteral("Form4")), "Command2"));
+        child<QPushButton>(f.topLevel(QStringLiteral("Form4")), "Command2")->click();
         QWidget* window = f.topLevel(QStringLiteral("frmHistorique"));
         QVERIFY(window);
         QCOMPARE(window->windowTitle(), QStringLiteral("Historique des mises à jour"));
@@ -298,7 +294,7 @@ private slots:
         child<QLineEdit>(mail, "Text1")->setText(QStringLiteral("Problème & calque = ?"));
         child<QPlainTextEdit>(mail, "Text2")->setPlainText(QStringLiteral("Bonjour,\nça plante."));
         QCOMPARE(child<QPushButton>(mail, "Command1")->text(), QStringLiteral("Envoyer"));
-        click(child<QPushButton>(mail, "Command1"));
+        child<QPushButton>(mail, "Command1")->click();
         QCOMPARE(f.shell.opened.size(), 1);
         // "&", "=" and "?" of the subject and the body are escaped; the line
         // breaks go as CR LF, then the system's report.
