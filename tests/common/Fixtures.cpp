@@ -50,20 +50,14 @@ QStringList storedNames(const GestionDonnee& state) {
 }
 
 QStringList shownBoxes(const platform::ScriptedDialogs& boxes) {
-    using platform::MsgButtons;
-    using platform::MsgIcon;
+    // In the order of MsgIcon and MsgButtons.
+    static const char* const icons[] = {"none", "critical", "information", "question"};
+    static const char* const buttons[] = {"ok", "yesno", "yesnocancel"};
     QStringList out;
-    for (const platform::RecordedBox& box : boxes.boxes()) {
-        const char* icon = box.icon == MsgIcon::Critical      ? "critical"
-                           : box.icon == MsgIcon::Information ? "information"
-                           : box.icon == MsgIcon::Question    ? "question"
-                                                              : "none";
-        const char* buttons = box.buttons == MsgButtons::Ok      ? "ok"
-                              : box.buttons == MsgButtons::YesNo ? "yesno"
-                                                                 : "yesnocancel";
+    for (const platform::RecordedBox& box : boxes.boxes())
         out << box.title + QStringLiteral(": ") + box.prompt + QStringLiteral(" [") +
-                   QLatin1String(icon) + u' ' + QLatin1String(buttons) + u']';
-    }
+                   QLatin1String(icons[int(box.icon)]) + u' ' +
+                   QLatin1String(buttons[int(box.buttons)]) + u']';
     return out;
 }
 

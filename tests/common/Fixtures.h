@@ -66,12 +66,6 @@ public:
     QString flushed;
 };
 
-class NoFileDialogs : public platform::FileDialogService {
-public:
-    platform::FileDialogResult showOpen(const QString&, const QString&) override { return {}; }
-    platform::FileDialogResult showSave(const QString&, const QString&) override { return {}; }
-};
-
 // A command context over a state with the start-up's default settings, with
 // scripted boxes and file dialog.
 struct CommandFixture {

@@ -1,0 +1,251 @@
+#include "Fixtures.h"
+#include "TestRunner.h"
+#include "TestSupport.h"
+
+#include "app/FileCommands.h"
+#include "platform/QtDialogs.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileSystemModel>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
+#include <QTimer>
+#include <QTranslator>
+#include <optional>
+
+using namespace platform;
+using testing::Rows;
+
+namespace {
+
+// Runs `act` on the modal box once the event loop that shows it has started.
+void whenShown(const std::function<void(QWidget*)>& act) {
+    QTimer::singleShot(0, [act] {
+        QWidget* box = QApplication::activeModalWidget();
+        QVERIFY(box != nullptr);
+        act(box);
+    });
+}
+
+// A box shown with that prompt and answered with that key.
+struct Box {
+    QString prompt;
+    QString shown;                     // its text as the box shows it
+    std::optional<MsgButtons> buttons; // none: the input box
+    int key;
+    Qt::KeyboardModifiers modifiers;
+    QString answer; // the button chosen, or the input box's text
+};
+
+// A file of that many bytes listed under that regional format: its size and
+// date as shown.
+struct Details {
+    QLocale regional;
+    qint64 bytes;
+    QString size, date;
+};
+
+} // namespace
+Q_DECLARE_METATYPE(Box)
+Q_DECLARE_METATYPE(Details)
+
+// The real message, input and file boxes, as a user sees them: each read
+// from the open box, which is then answered as a user would.
+class TestQtDialogs : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cleanup() { QLocale::setDefault(QLocale::c()); }
+
+    void initTestCase() {
+        french_ = InstallQtFrenchTranslation(*qApp);
+        QVERIFY2(french_ != nullptr, "qtbase_fr.qm (qt6-translations-l10n) not found");
+    }
+
+    void cleanupTestCase() {
+        QCoreApplication::removeTranslator(french_);
+        delete french_;
+    }
+
+    void boxes_data() {
+        Rows<Box> row;
+        const auto alt = Qt::KeyboardModifiers(Qt::AltModifier);
+        const auto none = Qt::KeyboardModifiers(Qt::NoModifier);
+        const MsgButtons yesNo = MsgButtons::YesNo, three = MsgButtons::YesNoCancel;
+        const QString ask = QStringLiteral("Voulez vous ajouter le fichier à ouvrir ?");
+        row("lone CR, Alt+O", {"Entrez la taille\rExemple : 1", "Entrez la taille\nExemple : 1",
+                               yesNo, Qt::Key_O, alt, "Oui"});
+        row("CR LF, Alt+N",
+            {"Une erreur\r\nVous devez", "Une erreur\nVous devez", yesNo, Qt::Key_N, alt, "Non"});
+        row("lone LF, O alone", {"a\nb", "a\nb", yesNo, Qt::Key_O, none, "Oui"});
+        row("CR CR, N alone",
+            {"Point trouvé\r\rNum= 9", "Point trouvé\n\nNum= 9", three, Qt::Key_N, none, "Non"});
+        row("Alt+A, Annuler", {ask, ask, three, Qt::Key_A, alt, "Annuler"});
+        row("Escape, Non", {ask, ask, yesNo, Qt::Key_Escape, none, "Non"});
+        row("Escape, Annuler", {ask, ask, three, Qt::Key_Escape, none, "Annuler"});
+        row("Return, Oui first", {ask, ask, three, Qt::Key_Return, none, "Oui"});
+        // The input box: OK gives the text, Escape the empty text.
+        row("input, lone CR, Return",
+            {"Entrez la taille\rExemple : 1", "Entrez la taille\nExemple : 1", std::nullopt,
+             Qt::Key_Return, none, "1"});
+        row("input, CR LF, Escape", {"Une erreur\r\nVous devez", "Une erreur\nVous devez",
+                                     std::nullopt, Qt::Key_Escape, none, ""});
+    }
+
+    // Each box as a user sees it: its text and its button captions read from the
+    // open box, then a key pressed, with the letters a French desktop underlines.
+    void boxes() {
+        QFETCH(Box, c);
+        auto shown = std::make_shared<QStringList>(); // the texts, then the captions
+        auto leftOpen = std::make_shared<bool>(false);
+        whenShown([shown, leftOpen, c](QWidget* box) {
+            // Shortcuts reach the active window only.
+            QVERIFY(QTest::qWaitForWindowActive(box));
+            for (QLabel* label : box->findChildren<QLabel*>()) {
+                if (!label->text().isEmpty() && label->isVisible())
+                    *shown << label->text();
+            }
+            QStringList captions;
+            for (QAbstractButton* button : box->findChildren<QAbstractButton*>()) {
+                if (button->isVisible())
+                    captions << QString(button->text()).remove(u'&');
+            }
+            captions.sort();
+            *shown << captions.join(u' ');
+            QTest::keyClick(box, Qt::Key(c.key), c.modifiers);
+            // A key that answers nothing would leave the box open: note it and
+            // close the box so the run goes on.
+            const QPointer<QWidget> open(box);
+            if (!QTest::qWaitFor([open] { return open.isNull() || !open->isVisible(); }, 2000)) {
+                *leftOpen = true;
+                open->close();
+            }
+        });
+        static const char* const answers[] = {"OK", "Oui", "Non", "Annuler"}; // as MsgAnswer
+        const QString title = QStringLiteral("Titre");
+        const QString got = c.buttons
+                                ? QString::fromUtf8(answers[int(QtMessageBoxService().show(
+                                      c.prompt, *c.buttons, MsgIcon::Question, title))])
+                                : QtInputBoxService().ask(c.prompt, title, QStringLiteral("1"));
+        QVERIFY2(shown->contains(c.shown), qPrintable(shown->join(u'|')));
+        QCOMPARE(shown->last(), !c.buttons ? QStringLiteral("Annuler OK")
+                                : *c.buttons == MsgButtons::YesNo
+                                    ? QStringLiteral("Non Oui")
+                                    : QStringLiteral("Annuler Non Oui"));
+        QVERIFY2(!*leftOpen, "the key left the box open");
+        QCOMPARE(got, c.answer);
+    }
+
+    void fileTypes_data() {
+        testing::Rows<std::pair<QString, QString>> row; // Qt's type, the type shown
+        row("folder", {"Folder", "Dossier"});
+        row("drive", {"Drive", "Lecteur"});
+        row("link", {"Shortcut", "Raccourci"});
+        row("file", {"File", "Fichier"});
+        row("by suffix", {"xyz File", "Fichier xyz"});
+        row("MIME comment", {"document brut", "document brut"});
+        row("File inside a word", {"Profile", "Profile"});
+    }
+    void fileTypes() {
+        using Type = std::pair<QString, QString>;
+        QFETCH(Type, c);
+        QCOMPARE(FrenchFileType(c.first), c.second);
+    }
+
+    void details_data() {
+        testing::Rows<Details> row;
+        const QLocale french(QLocale::French, QLocale::France);
+        row("French, bytes", {french, 235, "235 octets", "05/03/2026 14:07"});
+        row("French, kibibytes", {french, 1400, "1,37 Kio", "05/03/2026 14:07"});
+        row("English, kibibytes", {QLocale(QLocale::English), 1400, "1.37 KiB", "3/5/26"});
+    }
+
+    // The list of a real folder through Qt's file model, read back as the file
+    // dialog's view reads it: sizes, dates and types in French under the
+    // regional format.
+    void details() {
+        QFETCH(Details, c);
+        QLocale::setDefault(c.regional);
+        QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("levés")));
+        QFile file(folder.filePath(QStringLiteral("points.xyz")));
+        testing::writeBytes(file.fileName(), QByteArray(c.bytes, 'x'));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime(QDate(2026, 3, 5), QTime(14, 7)),
+                                 QFileDevice::FileModificationTime));
+        file.close();
+
+        QFileSystemModel files;
+        FileDetailsModel details;
+        details.setSourceModel(&files);
+        const QModelIndex root = details.mapFromSource(files.setRootPath(folder.path()));
+        auto text = [&](const QString& name, int column) {
+            for (int r = 0; r < details.rowCount(root); ++r) {
+                if (details.index(r, 0, root).data().toString() == name)
+                    return details.index(r, column, root).data().toString();
+            }
+            return QStringLiteral("?");
+        };
+        QTRY_COMPARE(text(QStringLiteral("points.xyz"), 1), c.size);
+        const QString date = text(QStringLiteral("points.xyz"), 3);
+        QVERIFY2(date.startsWith(c.date), qPrintable(date));
+        QCOMPARE(text(QStringLiteral("levés"), 1) + u'|' + text(QStringLiteral("levés"), 2),
+                 QStringLiteral("|Dossier"));
+        // Other roles are Qt's own.
+        const QModelIndex size = files.index(file.fileName(), 1);
+        QCOMPARE(details.mapFromSource(size).data(Qt::TextAlignmentRole),
+                 size.data(Qt::TextAlignmentRole));
+    }
+
+    // The open dialog as the program shows it: Qt's widget dialog in French,
+    // each filter shown once by its description; the filter chosen is the index
+    // returned and the one selected next time.
+    void filtersShownOnce() {
+        QTemporaryDir folder;
+        const QString chosen = folder.filePath(QStringLiteral("plan.dxf"));
+        testing::writeBytes(chosen, "");
+        QtFileDialogService service;
+        auto seen = std::make_shared<QStringList>();
+        auto answer = [seen](const QString& name, int filter) {
+            whenShown([=](QWidget* box) {
+                auto* dialog = qobject_cast<QFileDialog*>(box);
+                QVERIFY(dialog != nullptr && dialog->testOption(QFileDialog::DontUseNativeDialog));
+                auto* types = dialog->findChild<QComboBox*>(QStringLiteral("fileTypeCombo"));
+                QCOMPARE(dialog->findChild<QLabel*>(QStringLiteral("lookInLabel"))->text(),
+                         QStringLiteral("Voir dans :"));
+                seen->clear();
+                for (int i = 0; i < types->count(); ++i)
+                    *seen << types->itemText(i);
+                *seen << QString::number(types->currentIndex());
+                if (filter >= 0)
+                    types->setCurrentIndex(filter);
+                dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->setText(name);
+                static_cast<QDialog*>(dialog)->accept(); // QFileDialog::accept, protected
+            });
+        };
+
+        answer(chosen, 1);
+        FileDialogResult result = service.showOpen(QString(), filters::open());
+        QCOMPARE(*seen, QStringList(
+                            {"Fichier de points XYZ [*.*]", "Fichier d'échange DXF [*.dxf]", "0"}));
+        QCOMPARE(result.fileName, chosen);
+        QCOMPARE(result.fileTitle, QStringLiteral("plan.dxf"));
+        QCOMPARE(result.filterIndex, 2);
+
+        answer(chosen, -1);
+        result = service.showOpen(QString(), filters::open());
+        QCOMPARE(seen->last(), QStringLiteral("1"));
+        QCOMPARE(result.filterIndex, 2);
+    }
+
+private:
+    QTranslator* french_ = nullptr;
+};
+
+TOVALIN_TEST(TestQtDialogs)
+#include "tst_QtDialogs.moc"
