@@ -531,10 +531,17 @@ QString DescribeLayout(const TextLayout& layout) {
                 plural(layout.skipLines, QStringLiteral("ligne sautée"),
                        QStringLiteral("lignes sautées")) +
                 u')';
+    // Ignored columns past the sixteenth and past the last one read are
+    // counted, not listed: a line of a thousand cells is one line here too.
+    std::size_t listed = layout.roles.size();
+    while (listed > 16 && layout.roles[listed - 1] == ColumnRole::Skip)
+        --listed;
     QStringList roles;
-    for (ColumnRole role : layout.roles)
-        roles << RoleName(role);
+    for (std::size_t i = 0; i < listed; ++i)
+        roles << RoleName(layout.roles[i]);
     text += QStringLiteral(", colonnes ") + roles.join(u',');
+    if (listed < layout.roles.size())
+        text += QStringLiteral(",… (%1 en tout)").arg(DefaultText(double(layout.roles.size())));
     if (std::find(layout.roles.begin(), layout.roles.end(), ColumnRole::Id) == layout.roles.end())
         text += QStringLiteral(" (points numérotés à partir de 1)");
     return text;
