@@ -58,7 +58,6 @@ void TestNumbering::numbering_data() {
     row("text, unticked", {true, "Ap", "abc*de", false, "x", "Aabcde & Babcde & Cabcde"});
     row("text before, later asterisks stay",
         {false, "Av", "P*-*", true, "9", "P9-*A & P10-*B & P11-*C"});
-    row("text after", {true, "Ap", "-*", true, "1", "A-1 & B-2 & C-3"});
     // Without an asterisk the text itself gives nothing: only the number is
     // left, or nothing at all.
     row("no asterisk, ticked", {true, "Re", "abc", true, "1", "1 & 2 & 3"});
