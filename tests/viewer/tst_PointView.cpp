@@ -64,19 +64,11 @@ std::pair<QStringList, QString> numbered(int n, int bad = 0) {
 PointView spread(int count, const std::function<QString(int)>& label) {
     std::mt19937 random(7);
     std::uniform_real_distribution<float> coordinate(0, 1000);
-    PointView view;
-    view.points.resize(std::size_t(count) + 1);
-    for (int i = 1; i <= count; ++i) {
-        ViewPoint& entry = view.points[std::size_t(i)];
-        entry.X = coordinate(random);
-        entry.Y = coordinate(random);
-        entry.Label = label(i);
-        entry.ColourCode = 1;
-    }
-    view.viewPointCount = float(count);
-    view.fullExtent = ViewBox{1000, 0, 0, -1000};
-    view.visibleWindow = view.fullExtent;
-    return view;
+    QStringList rows;
+    for (int i = 1; i <= count; ++i)
+        rows << label(i) + u'\t' + DefaultTextFloat(coordinate(random)) + u'\t' +
+                    DefaultTextFloat(coordinate(random)) + QStringLiteral("\t0");
+    return loaded(rows);
 }
 
 QImage white(QSize size) {
@@ -411,10 +403,8 @@ void TestPointView::interruptedPass_data() {
 void TestPointView::interruptedPass() {
     QFETCH(QString, by);
     std::vector<PointRecord> points;
-    std::mt19937 random(3);
-    std::uniform_real_distribution<double> coordinate(0, 1000);
     for (int i = 0; i < 300000; ++i)
-        points.push_back({coordinate(random), coordinate(random), 0, DefaultText(i)});
+        points.push_back({i % 997 * 1.0, i % 1009 * 1.0, 0, DefaultText(i)});
     ViewWindow f(points);
     QPointer<frmVisualisation> view = f.view();
     QPointer<Zone> zone = view->zone();
