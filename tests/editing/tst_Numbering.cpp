@@ -10,17 +10,10 @@ using namespace platform;
 namespace {
 
 // Three points A, B, C in the store and the list, and the dialog over them.
-struct Fixture {
-    GestionDonnee state;
-    ScriptedDialogs boxes;
+struct Fixture : WindowFixture {
     Form5 dialog{state, boxes};
 
-    Fixture() {
-        boxes.setThrowOnUnexpected(false);
-        for (const char* name : {"A", "B", "C"})
-            state.AddPoint(PointRecord{1.25, 2.5, 3.0, QString::fromLatin1(name)});
-        state.RefreshPointList();
-    }
+    Fixture() : WindowFixture({{1.25, 2.5, 3, "A"}, {1.25, 2.5, 3, "B"}, {1.25, 2.5, 3, "C"}}) {}
     template <typename T> T* control(const char* name) { return child<T>(&dialog, name); }
     void click(const char* name) { control<QAbstractButton>(name)->click(); }
 };
