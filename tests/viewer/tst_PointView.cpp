@@ -182,7 +182,6 @@ void TestPointView::loading_data() {
     const QStringList abcd{"A\t0\t0\t0", "B\t10\t10\t0", "C\t20\t5\t0", "D\t30\t1\t0"};
     row("first opening",
         {0, {}, {"A\t10\t20\t0", "B\t-5,5\t40\t1", "C\t7\t-3\t2"}, "10 3 -5,5 -40", "1:A 2:B 3:C"});
-    row("one point", {0, {}, {"A\t1\t2\t0"}, "1 -2 1 -2", "1:A"});
     // A lone surrogate is no UTF-8: the grid keeps such a row in UTF-16.
     const QString wide = QString(QChar(0xD800)) + u'x';
     row("accented and wide identifiers",
@@ -199,12 +198,6 @@ void TestPointView::loading_data() {
     const auto [early, earlyFilled] = numbered(8192, 3);
     row("error in the first rows",
         {0, {}, early, "2 -2 1 -3", earlyFilled, int(RuntimeError::TypeMismatch)});
-    row("a text that is no number", {0,
-                                     {},
-                                     {"A\t1\t2\t0", "B\tx\t2\t0", "C\t5\t5\t0"},
-                                     "1 -2 1 -2",
-                                     "1:A",
-                                     int(RuntimeError::TypeMismatch)});
     row("beyond 32 bits", {0, {}, {"A\t1E+39\t2\t0"}, "0 0 0 0", "", int(RuntimeError::Overflow)});
 }
 
