@@ -260,12 +260,7 @@ void TestForm2::dialog_data() {
     row("ExtCfg 2", "App/ExtCfg=2", "", "Check6=1 & App/ExtCfg=1");
     row("ExtCfg 0,0", "App/ExtCfg=0,0", "", "Check6=0 & App/ExtCfg=0,0");
     // A message box over the dialog (a rejected key) is not a loss of focus.
-    for (const QString field : {"Text3", "Text4", "Text5", "Text7"}) {
-        const QByteArray actions = QStringLiteral("clear %1 & window %1").arg(field).toUtf8();
-        const QByteArray expected = QStringLiteral("%1= [on]").arg(field).toUtf8();
-        row(QByteArray("empty while a box shows: " + field.toUtf8()).constData(), "",
-            actions.constData(), expected.constData());
-    }
+    row("empty while a box shows", "", "clear Text3 & window Text3", "Text3= [on]");
 }
 
 void TestForm2::dialog() {

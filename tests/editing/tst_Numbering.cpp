@@ -10,17 +10,10 @@ using namespace platform;
 namespace {
 
 // Three points A, B, C in the store and the list, and the dialog over them.
-struct Fixture {
-    GestionDonnee state;
-    ScriptedDialogs boxes;
+struct Fixture : WindowFixture {
     Form5 dialog{state, boxes};
 
-    Fixture() {
-        boxes.setThrowOnUnexpected(false);
-        for (const char* name : {"A", "B", "C"})
-            state.AddPoint(PointRecord{1.25, 2.5, 3.0, QString::fromLatin1(name)});
-        state.RefreshPointList();
-    }
+    Fixture() : WindowFixture({{1.25, 2.5, 3, "A"}, {1.25, 2.5, 3, "B"}, {1.25, 2.5, 3, "C"}}) {}
     template <typename T> T* control(const char* name) { return child<T>(&dialog, name); }
     void click(const char* name) { control<QAbstractButton>(name)->click(); }
 };
@@ -58,7 +51,6 @@ void TestNumbering::numbering_data() {
     row("text, unticked", {true, "Ap", "abc*de", false, "x", "Aabcde & Babcde & Cabcde"});
     row("text before, later asterisks stay",
         {false, "Av", "P*-*", true, "9", "P9-*A & P10-*B & P11-*C"});
-    row("text after", {true, "Ap", "-*", true, "1", "A-1 & B-2 & C-3"});
     // Without an asterisk the text itself gives nothing: only the number is
     // left, or nothing at all.
     row("no asterisk, ticked", {true, "Re", "abc", true, "1", "1 & 2 & 3"});
