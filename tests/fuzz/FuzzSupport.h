@@ -56,12 +56,6 @@ public:
     QMap<QString, QString> values; // "section/key"
 };
 
-class NoFileDialogs : public platform::FileDialogService {
-public:
-    platform::FileDialogResult showOpen(const QString&, const QString&) override { return {}; }
-    platform::FileDialogResult showSave(const QString&, const QString&) override { return {}; }
-};
-
 // A fresh state with the start-up's defaults, and the services a reader or
 // writer is given. Boxes the script does not expect are counted, not thrown.
 struct Session {
@@ -72,7 +66,7 @@ struct Session {
 
     GestionDonnee state;
     platform::ScriptedDialogs boxes;
-    NoFileDialogs files;
+    platform::ScriptedFileDialog files;
     MemorySettings settings;
     NoWindowSurface window;
     platform::NoProgress progress;
