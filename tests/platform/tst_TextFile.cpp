@@ -177,9 +177,6 @@ private slots:
         row("read: through a file", {"plain.txt/x.txt", false, 76});
         row("read: empty name", {"", false, 75});
         row("read: a folder", {"<dir>", false, 75});
-        row("write: missing folder", {"nofolder/new.txt", true, 76});
-        row("write: through a file", {"plain.txt/x.txt", true, 76});
-        row("write: empty name", {"", true, 75});
         row("write: a folder", {"<dir>", true, 75});
     }
 
