@@ -471,7 +471,9 @@ void TestConverter::output() {
     struct stat info {};
     const bool exists = ::stat(path(output).constData(), &info) == 0;
     if (c.output == u"null" || c.output == u"stdout" || c.output == u"pipe") {
-        QVERIFY(exists && !S_ISREG(info.st_mode));
+        // Looked at without following the link: the test's own standard
+        // output may well be a file.
+        QVERIFY(exists && (!QFileInfo(output).isFile() || QFileInfo(output).isSymLink()));
         QVERIFY(c.output == u"null" || (pipe >= 0 ? piped : run.out).startsWith(written));
     } else if (c.status == 0) {
         QVERIFY(readBytes(output).startsWith(written));
