@@ -50,7 +50,6 @@ class TestDxfReader : public QObject {
 private slots:
     void read_data();
     void read();
-    void numberingContinuesAcrossFiles();
 };
 
 void TestDxfReader::read_data() {
@@ -167,34 +166,11 @@ void TestDxfReader::read() {
                 (french ? QStringLiteral("French ") : QStringLiteral("English ")) +
                 QString::fromLatin1(QByteArray(lineEnd).toPercentEncoding()) + QStringLiteral(", ");
             QCOMPARE(where + outcome(f.state, error), where + expected);
-            // The same through a buffer of a few bytes, which the fields kept
-            // for a batch outlive many times over.
-            CommandFixture small;
-            small.state.Settings.Num_Pt_Dxf = c.numbering;
-            const int smallError = errorOf([&] { ReadDxfFile(small.context, path, 7); });
-            QCOMPARE(where + outcome(small.state, smallError), where + expected);
             if (c.error == 0)
                 QCOMPARE(f.progress.ticks, int(f.state.PointCount));
             QVERIFY(f.settings.values.isEmpty()); // nothing saved
         }
     }
-}
-
-void TestDxfReader::numberingContinuesAcrossFiles() {
-    RegionalFormatScope scope(frenchFormat());
-    CommandFixture f;
-    f.state.Settings.Num_Pt_Dxf = QStringLiteral("7");
-    const QString first = f.file(QStringLiteral("first.dxf"),
-                                 dxf(head + "10|1|20|2|30|3|0|POINT|10|4|20|5|30|6", "\r\n"));
-    const QString second = f.file(QStringLiteral("second.dxf"), dxf(head + "10|7|20|8|30|9", "\n"));
-    ReadDxfFile(f.context, first);
-    ReadDxfFile(f.context, second);
-    // A file that fails keeps what was read before and the count so far.
-    QCOMPARE(errorOf([&] { ReadDxfFile(f.context, f.dir.filePath(QStringLiteral("absent"))); }),
-             53);
-    ReadDxfFile(f.context, second);
-    QCOMPARE(PointsAsText(f.state), items("7|1|2|3 & 8|4|5|6 & 9|7|8|9 & 10|7|8|9"));
-    QCOMPARE(f.state.Settings.Num_Pt_Dxf.toText(), QStringLiteral("11"));
 }
 
 TOVALIN_TEST(TestDxfReader)

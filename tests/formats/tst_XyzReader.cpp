@@ -1,9 +1,7 @@
 #include "Fixtures.h"
-#include "RuntimeErrors.h"
 #include "TestRunner.h"
 #include "TestSupport.h"
 
-#include "formats/DecimalComma.h"
 #include "formats/XyzReader.h"
 #include "platform/TextFile.h"
 #include "state/GestionDonnee.h"
@@ -61,8 +59,6 @@ private slots:
     void readLines();
     void numbering_data();
     void numbering();
-    void commaConversions();
-    void missingFolder();
 };
 
 void TestXyzReader::readLines_data() {
@@ -94,6 +90,8 @@ void TestXyzReader::readLines_data() {
     // Numbered automatically, the rest of the line goes into Z.
     row("auto, four fields", {",", "", "1", {"1,2,3,4"}, "0|1|2|3.4"});
     row("auto, two fields", {",", "", "1", {"1,2", "5"}, "0|1|2|0"});
+    // With the list showing points, the identifier never given counts as 0.
+    row("auto, list shown", {",", "", "1", {"1,2,3", "4,5"}, "1|1|2|3 & 2|4|5|0", true});
     // Any other Inc_Num takes no field, yet still counts the separators.
     row("Inc_Num 2", {",", "", "2", {"A,1,2,3", "x"}, "|0|0|0 & |0|0|0"});
     row("Inc_Num oui", {",", "", "oui", {"A,1,2,3,4"}, ""});
@@ -161,7 +159,6 @@ void TestXyzReader::numbering_data() {
     // Read into an empty list every line gets the first number; once the
     // list shows points the count goes on, in the regional format.
     const char* twice = "1:1,2,3 & 1:4,5 & list & 1:1,2,3 & 1:4,5";
-    row("whole number", {"100", twice, "100|1|2|3 & 100|4|5|0 & 101|1|2|3 & 102|4|5|0"});
     row("decimal", {"1,5", twice, "1,5|1|2|3 & 1,5|4|5|0 & 2,5|1|2|3 & 3,5|4|5|0"});
     // A rejected line still leaves its identifier behind; a text one cannot
     // be counted on, a numeric one can.
@@ -183,19 +180,6 @@ void TestXyzReader::numbering() {
         ReadXyzLine(state, step.mid(2));
     }
     QCOMPARE(PointsAsText(state), items(c.points));
-}
-
-void TestXyzReader::commaConversions() {
-    // The first one only.
-    QCOMPARE(CommaToPoint(QStringLiteral("1,2,3")), QStringLiteral("1.2,3"));
-    QCOMPARE(PointToComma(QStringLiteral("1.2.3")), QStringLiteral("1,2.3"));
-}
-
-void TestXyzReader::missingFolder() {
-    GestionDonnee state;
-    const QString path = QStringLiteral("/nonexistent-folder-for-tests/none.xyz");
-    QCOMPARE(errorOf([&] { ReadXyzFile(state, path); }), 76);
-    QCOMPARE(state.PointCount, 0.0);
 }
 
 TOVALIN_TEST(TestXyzReader)

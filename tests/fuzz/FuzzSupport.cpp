@@ -3,12 +3,10 @@
 #include "state/Startup.h"
 
 #include <QDir>
-#include <QFile>
 #include <QLocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <unistd.h>
 
 namespace fuzz {
 
@@ -18,24 +16,20 @@ void Fail(const char* what, const QString& detail) {
     std::abort();
 }
 
-ScratchFile::ScratchFile(const char* suffix) {
-    const QString folder =
-        QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm") : QDir::tempPath();
-    path_ = QStringLiteral("%1/tovalin-fuzz-%2%3")
-                .arg(folder, QString::fromLatin1(std::to_string(::getpid())),
-                     QString::fromLatin1(suffix));
+ScratchFile::ScratchFile(const char* suffix)
+    : file_((QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm")
+                                                       : QDir::tempPath()) +
+            QStringLiteral("/tovalin-fuzz-XXXXXX") + QLatin1String(suffix)) {
+    if (!file_.open())
+        Fail("scratch file made", file_.fileTemplate());
 }
 
-ScratchFile::~ScratchFile() {
-    QFile::remove(path_);
-}
-
-const QString& ScratchFile::write(const std::uint8_t* data, std::size_t size) {
-    QFile file(path_);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
-        file.write(reinterpret_cast<const char*>(data), qint64(size)) != qint64(size))
-        Fail("scratch file written", path_);
-    return path_;
+QString ScratchFile::write(const std::uint8_t* data, std::size_t size) {
+    if (!file_.resize(0) || !file_.seek(0) ||
+        file_.write(reinterpret_cast<const char*>(data), qint64(size)) != qint64(size) ||
+        !file_.flush())
+        Fail("scratch file written", file_.fileName());
+    return file_.fileName();
 }
 
 Session::Session() {

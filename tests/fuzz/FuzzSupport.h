@@ -11,6 +11,7 @@
 #include <QByteArray>
 #include <QMap>
 #include <QString>
+#include <QTemporaryFile>
 #include <cstddef>
 #include <cstdint>
 
@@ -28,20 +29,16 @@ namespace fuzz {
     } while (false)
 
 // The input as a file for the readers, which take a file name: one file per
-// process and suffix, in memory (/dev/shm) when the system has it, written
+// target and suffix, in memory (/dev/shm) when the system has it, written
 // again for every input and removed at the end.
 class ScratchFile {
 public:
     explicit ScratchFile(const char* suffix);
-    ~ScratchFile();
-    ScratchFile(const ScratchFile&) = delete;
-    ScratchFile& operator=(const ScratchFile&) = delete;
-
-    const QString& write(const std::uint8_t* data, std::size_t size);
-    const QString& path() const { return path_; }
+    QString write(const std::uint8_t* data, std::size_t size);
+    QString path() const { return file_.fileName(); }
 
 private:
-    QString path_;
+    QTemporaryFile file_;
 };
 
 class MemorySettings : public platform::SettingsStore {
@@ -56,12 +53,6 @@ public:
     QMap<QString, QString> values; // "section/key"
 };
 
-class NoFileDialogs : public platform::FileDialogService {
-public:
-    platform::FileDialogResult showOpen(const QString&, const QString&) override { return {}; }
-    platform::FileDialogResult showSave(const QString&, const QString&) override { return {}; }
-};
-
 // A fresh state with the start-up's defaults, and the services a reader or
 // writer is given. Boxes the script does not expect are counted, not thrown.
 struct Session {
@@ -72,7 +63,7 @@ struct Session {
 
     GestionDonnee state;
     platform::ScriptedDialogs boxes;
-    NoFileDialogs files;
+    platform::ScriptedFileDialog files;
     MemorySettings settings;
     NoWindowSurface window;
     platform::NoProgress progress;

@@ -28,11 +28,6 @@ QStringList read(const QString& path, const QString& numbering, qsizetype buffer
         error = raised.number();
     }
     const GestionDonnee& state = session.state;
-    FUZZ_CHECK(state.PointCount >= 0 && state.Points.size() >= std::size_t(state.PointCount),
-               QStringLiteral("%1 points, %2 slots")
-                   .arg(state.PointCount)
-                   .arg(qulonglong(state.Points.size())));
-    FUZZ_CHECK(session.boxes.boxes().empty(), session.boxes.boxes().front().prompt);
     QStringList outcome;
     for (std::size_t i = 0; i < std::size_t(state.PointCount); ++i)
         outcome << Describe(state.Points[i]);
