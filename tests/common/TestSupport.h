@@ -27,6 +27,11 @@ private:
     QLocale saved_;
 };
 
+// The settings file, in the run's own configuration folder.
+inline QString iniPath() {
+    return qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/Tovalin/Tovalin.ini");
+}
+
 // Path of a file in tests/data.
 QString dataFile(const QString& name);
 
