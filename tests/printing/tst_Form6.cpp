@@ -1,9 +1,12 @@
+#include "PrivateCups.h"
 #include "TestRunner.h"
 #include "WindowFixture.h"
 
 #include "platform/NumberText.h"
+#include "platform/PdfTextDocument.h"
 #include "platform/Printer.h"
 #include "printing/Form6.h"
+#include "printing/Listing.h"
 #include "printing/PrintingCommands.h"
 
 using namespace testing;
@@ -49,8 +52,8 @@ struct PrintFixture : WindowFixture {
 
     // One step: "open" (the menu item), "choose N" (a queue picked in the
     // list), "click CommandN", "fail N" (the printer fails at line N, 0 for
-    // never), "no printer", "no port N" (queue N has an empty port),
-    // "restore" (the three queues back).
+    // never; "end": when the document is handed over), "no printer", "no port N" (queue N has an
+    // empty port), "restore" (the three queues back).
     void act(const QString& step) {
         const auto n = [&] { return CInt(step.section(u' ', -1)); };
         if (step == u"open") {
@@ -64,7 +67,8 @@ struct PrintFixture : WindowFixture {
             control<QPushButton>(qPrintable(step.section(u' ', 1)))->click();
             QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         } else if (step.startsWith(u"fail")) {
-            printer.failAtLine = n();
+            printer.failAtEnd = step == u"fail end";
+            printer.failAtLine = printer.failAtEnd ? 0 : n();
         } else if (step == u"no printer") {
             printer.installed.clear();
         } else if (step.startsWith(u"no port")) {
@@ -112,8 +116,21 @@ struct Run {
 
 const char* bureau = "Bureau|Pilote utilis\u00E9 : HP LaserJet 4|Port utilis\u00E9 : LPT1|none";
 
+struct Print {
+    QLocale format;
+    QDateTime now;
+    QString dateLine;
+};
+
+struct Pages {
+    int count;         // lines "Ligne 1" to "Ligne <count>"
+    QStringList extra; // then these
+};
+
 } // namespace
 Q_DECLARE_METATYPE(Run)
+Q_DECLARE_METATYPE(Print)
+Q_DECLARE_METATYPE(Pages)
 
 class tst_Form6 : public QObject {
     Q_OBJECT
@@ -121,7 +138,7 @@ private slots:
     void init() { QLocale::setDefault(frenchFormat()); }
 
     // Every control, in its order on the form, with its caption; the printer
-    // table is there, four entries a queue, but never shown.
+    // table is there but never shown.
     void controls() {
         PrintFixture f(2);
         f.trigger("print");
@@ -147,8 +164,6 @@ private slots:
         QCOMPARE(f.control<QRadioButton>("Option2")->text(), QStringLiteral("Paysage"));
         QCOMPARE(f.control<QRadioButton>("Option1")->text(), QStringLiteral("Portrait"));
         QCOMPARE(f.control<QRadioButton>("Option1")->parent(), f.control<QGroupBox>("Frame1"));
-        QCOMPARE(f.control<QComboBox>("Combo1")->count(), 3);
-        QCOMPARE(f.control<QListWidget>("List1")->count(), 12);
         QVERIFY(!f.control<QListWidget>("List1")->isVisible());
     }
 
@@ -166,9 +181,6 @@ private slots:
             {2, "Param\u00E8tre/NomImp=Atelier", "open",
              "Atelier|Pilote utilis\u00E9 : Epson 24|Port utilis\u00E9 "
              ": usb://E/|none saved=- current=Bureau"});
-        // Where choosing saves it, yet not where the dialog looks.
-        row("remembered under Divers only",
-            {2, "Divers/NomImp=Plans", "open", bureau + QString(" saved=Plans current=Bureau")});
         row("names match exactly", {2, "Param\u00E8tre/NomImp=atelier", "open",
                                     bureau + QString(" saved=- current=Bureau")});
         // Choosing shows the queue and its orientation, saves it under
@@ -180,14 +192,13 @@ private slots:
             {2, "", "open & choose 2", atelier + " saved=Atelier current=Atelier"});
         row("chosen, closed, opened", {2, "", "open & choose 1 & click Command2 & open",
                                        bureau + QString(" saved=Plans current=Plans")});
-        // Printing closes the dialog; an error cancels the document and keeps
-        // the dialog for another try.
-        row("printed", {3, "", "open & click Command1", "closed saved=- current=Bureau" + printed});
-        row("error keeps the dialog",
-            {3, "", "fail 3 & open & click Command1",
-             bureau + QString(" saved=- current=Bureau killed=1 box=") + errorBox});
-        row("error, then printed",
+        // An error cancels the document and keeps the dialog for another try,
+        // which prints it whole and closes the dialog.
+        row("error on a line, then printed",
             {3, "", "fail 3 & open & click Command1 & fail 0 & click Command1",
+             "closed saved=- current=Bureau" + printed + " killed=1 box=" + errorBox});
+        row("error when handed over, then printed",
+            {3, "", "fail end & open & click Command1 & fail 0 & click Command1",
              "closed saved=- current=Bureau" + printed + " killed=1 box=" + errorBox});
         // An empty list: nothing at all, not even a message.
         row("empty list", {0, "", "open", "closed saved=- current=Bureau"});
@@ -218,6 +229,84 @@ private slots:
         QCOMPARE(f.window.windowTitle(), caption);
         QVERIFY(f.window.menuBar()->isEnabled());
         QCOMPARE(f.state.Grid.rows(), c.points + 1);
+    }
+
+    void print_data() {
+        Rows<Print> row;
+        // Names in the regional format's language, hours and minutes on two
+        // digits, 24-hour time.
+        const QDateTime monday(QDate(2026, 11, 23), QTime(7, 5));
+        const QString french = QStringLiteral("Imprimer le lundi 23 novembre 2026 \u00E0 07:05");
+        row("printed", {frenchFormat(), monday, french});
+        row("English names", {englishFormat(), QDateTime(QDate(2027, 2, 1), QTime(23, 59)),
+                              "Imprimer le Monday 01 February 2027 \u00E0 23:59"});
+    }
+    // Each point line is the grid's row as the grid shows it, not the store:
+    // the first row's X and Z are patched in the grid only.
+    void print() {
+        QFETCH(Print, c);
+        RegionalFormatScope scope(frenchFormat());
+        CommandFixture f;
+        f.state.CurrentFileName = QStringLiteral("/data/lev\u00E9 1.xyz");
+        f.state.AddPoint({1000.5, 2000.125, -3, QStringLiteral("12")});
+        f.state.AddPoint({0.123, 123456.789, 0, QStringLiteral("B7")});
+        f.state.RefreshPointList();
+        f.state.Grid.setTextMatrix(1, 1, QStringLiteral("1000,5"));
+        f.state.Grid.setTextMatrix(1, 3, QStringLiteral("-3"));
+        RegionalFormatScope printing(c.format);
+        ScriptedPrinter printer;
+        QVERIFY(PrintPointList(f.state, printer, f.boxes, f.progress, c.now));
+        QCOMPARE(printer.ended.size(), std::size_t(1));
+        // The version printed is the project's, major.minor, each number whole.
+        const QStringList version = QStringLiteral(TOVALIN_VERSION_TEXT).split(u'.');
+        QCOMPARE(printer.ended.front(),
+                 QStringList({"Tovalin version " + version[0] + u'.' + version[1], "", c.dateLine,
+                              "Fichier : /data/lev\u00E9 1.xyz",
+                              "Matricule : 12     X : 1000,5     Y : 2000,125     Z : -3",
+                              "Matricule : B7     X : 0,123     Y : 123456,789     Z : 0,000"}));
+        QCOMPARE(printer.killed, 0);
+        QVERIFY(f.boxes.boxes().empty());
+        // The progress counted every point line.
+        QVERIFY(f.progress.history.contains(QStringLiteral("Impression en cours... 2/2 points")));
+    }
+
+    // The page builder read back by poppler: every line once, in order, a new
+    // page when the page is full, the characters that mean something in a
+    // PDF string printed as themselves.
+    void pdfPages_data() {
+        Rows<Pages> row;
+        // 100 points of paper, 10 of margin, 12 of leading: 6 lines a page.
+        row("a page exactly full", {6, {}});
+        row("one line more starts a page", {7, {}});
+        row("brackets, backslash, accents, euro, grouping, runs of blanks",
+            {1, {"(a) \\b\\ c)", "\u00E9t\u00E9 \u20AC 5", "1\u202F234,5", "  X :     1     Z"}});
+    }
+    void pdfPages() {
+        QFETCH(Pages, c);
+        TextPageGeometry geometry;
+        geometry.width = 400;
+        geometry.height = 100;
+        geometry.margin = 10;
+        geometry.fontSize = 8;
+        geometry.leading = 12;
+        PdfTextDocument document(geometry);
+        QStringList lines;
+        for (int i = 1; i <= c.count; ++i)
+            lines << QStringLiteral("Ligne ") + QString::fromLatin1(QByteArray::number(i));
+        lines << c.extra;
+        for (const QString& line : lines)
+            document.addLine(line);
+        // Courier 8 points: 4.8 points a character.
+        const std::vector<QStringList> pages = PdfPages(document.finish(), 4.8);
+        QStringList read;
+        for (const QStringList& page : pages)
+            read << page.join(u'\n');
+        // Six lines a page; the grouping character goes to paper as a
+        // (no-break) space.
+        QStringList expected;
+        for (int i = 0; i < lines.size(); i += 6)
+            expected << lines.mid(i, 6).join(u'\n').replace(QChar(0x202F), QChar(u' '));
+        QCOMPARE(read, expected);
     }
 };
 
