@@ -292,8 +292,8 @@ private slots:
     void open_data() {
         Rows<Open> row;
         // The label shows one less than the points read, as it always did; read
-        // into an empty list, the header row scrolls with the points.
-        row("into an empty list", {{"survey.2024.xyz 1"}, "A & B & C", 0, 2, "survey"});
+        // into an empty list (no question), the header row scrolls with the
+        // points. Cancel then changes nothing.
         row("cancel changes nothing", {{"survey.2024.xyz 1", "C"}, "A & B & C", 0, 2, "survey"});
         // Yes adds; not adding empties only the list: the store keeps every
         // point, and numbering starts again.

@@ -54,7 +54,6 @@ private slots:
         row("escaped tab", {sep + "\\t\n", kParametre, "Separateur_Lec", "\t"});
         row("CR LF, blanks around", {"[App]\r\n  NbDec  =  0.000 \r\n", "App", "NbDec", "0.000"});
         row("commas and blanks kept", {"[Divers]\nListe=a, b ;c\n", "Divers", "Liste", "a, b ;c"});
-        row("UTF-8 value", {"[Divers]\nNom=caf\xc3\xa9 \xe2\x82\xac\n", "Divers", "Nom", "café €"});
         row("comment lines", {"; note\n[App]\n;K=1\nK=2\n", "App", "K", "2"});
         row("later line wins", {"[App]\nK=1\n[Divers]\nK=9\n[App]\nK=3\n", "App", "K", "3"});
         row("empty value is not the default", {"[App]\nK=\n", "App", "K", ""});
