@@ -406,7 +406,7 @@ private slots:
         QFETCH(QString, during);
         std::vector<PointRecord> points{{1, 2, 3, "A"}};
         // Enough points for the work to let events in while it goes on.
-        for (int i = 0; !during.isEmpty() && i < 300000; ++i)
+        for (int i = 0; !during.isEmpty() && i < 1000000; ++i)
             points.push_back({double(i % 1000), double(i / 1000), 0, QString::number(i)});
         ProgramFixture f(points);
         f.state.DataModified = modified;
