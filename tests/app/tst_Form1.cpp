@@ -2,6 +2,7 @@
 #include "TestRunner.h"
 
 #include "app/CommandLine.h"
+#include "app/frmImport.h"
 #include "info/InfoWindows.h"
 #include "platform/RuntimeError.h"
 #include "state/Startup.h"
@@ -9,7 +10,7 @@
 
 #include <QFile>
 #include <QHeaderView>
-#include <QProcess>
+#include <QSpinBox>
 #include <QStyle>
 #include <QStyleOptionButton>
 #include <QTextBrowser>
@@ -46,10 +47,6 @@ QStringList reported(int error) {
             QStringLiteral(" [critical ok]")};
 }
 
-QString iniPath() {
-    return qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/Tovalin/Tovalin.ini");
-}
-
 const QString defaults = QStringLiteral(
     "Separateur_Lec=, & Separateur_Ecr=, & Separateur_Autre_Lec= & Separateur_Autre_Ecr= & "
     "Calque_Point=0 & Calque_Matricule=0 & Calque_Z=0 & Num_Premier_Pt=0 & Inc_Num=0 & "
@@ -70,7 +67,6 @@ const QByteArray dxfPoint =
     "0\r\nSECTION\r\n2\r\nENTITIES\r\n0\r\nPOINT\r\n8\r\n0\r\n10\r\n1.25\r\n"
     "20\r\n2\r\n30\r\n3\r\n0\r\nENDSEC\r\n0\r\nEOF\r\n";
 const QMap<QString, QByteArray> files{{"survey.2024.xyz", "A,1,2,3\r\nB,4,5,6\r\nC,7,8,9\r\n"},
-                                      {"second.xyz", "D,1,1,1\r\n"},
                                       {"n.xyz", "1,2\r\n3,4\r\n"},
                                       {"points.dxf", "P,5,6,7\r\n"},
                                       {"drawing", dxfPoint},
@@ -188,7 +184,19 @@ QStringList cutCaptions(QWidget* window) {
     return cut;
 }
 
+struct Import {
+    QString files;    // in tests/data/import, shown in turn
+    QString steps;    // " / " between: "CONTROL KEYS" typed into a control, "Ok [Y|N|C]", "Annuler"
+    bool listed;      // a point A is listed before
+    QString count;    // lines giving a point and lines left aside, as the last window counts them
+    QString rejected; // the rows it lists as left aside
+    QString points;   // the store at the end
+    bool stillOpen = false;
+    QString boxes = {}; // error reports shown
+};
+
 } // namespace
+Q_DECLARE_METATYPE(Import)
 Q_DECLARE_METATYPE(Start)
 Q_DECLARE_METATYPE(Open)
 Q_DECLARE_METATYPE(Fault)
@@ -284,13 +292,11 @@ private slots:
     void open_data() {
         Rows<Open> row;
         // The label shows one less than the points read, as it always did; read
-        // into an empty list, the header row scrolls with the points.
-        row("into an empty list", {{"survey.2024.xyz 1"}, "A & B & C", 0, 2, "survey"});
-        row("yes adds", {{"survey.2024.xyz 1", "Y second.xyz 1"}, "A & B & C & D", 1, 3, "second"});
-        // Not adding empties only the list: the store keeps every point.
-        row("no still shows both",
-            {{"survey.2024.xyz 1", "N second.xyz 1"}, "A & B & C & D", 0, 3, "second"});
+        // into an empty list (no question), the header row scrolls with the
+        // points. Cancel then changes nothing.
         row("cancel changes nothing", {{"survey.2024.xyz 1", "C"}, "A & B & C", 0, 2, "survey"});
+        // Yes adds; not adding empties only the list: the store keeps every
+        // point, and numbering starts again.
         row("numbering restarts when not adding", {{"n.xyz 1", "Y n.xyz 1", "N n.xyz 1"},
                                                    "10 & 10 & 11 & 12 & 10 & 10",
                                                    0,
@@ -400,7 +406,7 @@ private slots:
         QFETCH(QString, during);
         std::vector<PointRecord> points{{1, 2, 3, "A"}};
         // Enough points for the work to let events in while it goes on.
-        for (int i = 0; !during.isEmpty() && i < 300000; ++i)
+        for (int i = 0; !during.isEmpty() && i < 1000000; ++i)
             points.push_back({double(i % 1000), double(i / 1000), 0, QString::number(i)});
         ProgramFixture f(points);
         f.state.DataModified = modified;
@@ -462,12 +468,6 @@ private slots:
             {"view", "frmVisualisation",
              [](ProgramFixture& f, QWidget* view) { clickViewUntilBox(f, view, "MnuZoomm"); },
              RuntimeError::Overflow});
-        row("view: Zoom - clicks overflow, context menu",
-            {"view", "frmVisualisation",
-             [](ProgramFixture& f, QWidget* view) {
-                 clickViewUntilBox(f, view, "Mnu_Commande_Zoomm");
-             },
-             RuntimeError::Overflow});
         row("Form2: Ok", {"para", "Form2", click("Command1"), RuntimeError::PermissionDenied});
         row("FormatDonnee: separator box",
             {"Mnu_Format", "FormatDonnee", click("Check1"), RuntimeError::PermissionDenied});
@@ -517,33 +517,6 @@ private slots:
         QCOMPARE(gridColumn(f.state, 0), rows);
     }
 
-    // The program's --help and --version, answered without a display: no
-    // platform plugin, no DISPLAY, and nothing else printed.
-    void withoutDisplay_data() {
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<QString>("firstLine");
-        QTest::newRow("version") << QStringList{"--version"} << "Tovalin " TOVALIN_VERSION_TEXT;
-        QTest::newRow("help") << QStringList{"--help"}
-                              << "Tovalin : éditeur et convertisseur de fichiers de points "
-                                 "topographiques.";
-    }
-    void withoutDisplay() {
-        QFETCH(QStringList, args);
-        QFETCH(QString, firstLine);
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
-            env.remove(QString::fromLatin1(name));
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(TOVALIN_BINARY_DIR "/bin/tovalin"), args);
-        QVERIFY(process.waitForFinished(20000));
-        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(process.exitCode(), 0);
-        QCOMPARE(process.readAllStandardError(), QByteArray());
-        QCOMPARE(QString::fromUtf8(process.readAllStandardOutput()).section(u'\n', 0, 0),
-                 firstLine);
-    }
-
     // What the started program does with its arguments, "|" between files:
     // opened, then imported, or the usage error; "help" when the arguments are
     // answered before any window.
@@ -553,7 +526,6 @@ private slots:
         QTest::newRow("files") << QStringList{"a.xyz", "b.dxf", "-"} << "a.xyz|b.dxf|- ; ";
         QTest::newRow("import") << QStringList{"a.xyz", "--import", "r.csv", "s.txt"}
                                 << "a.xyz ; r.csv|s.txt";
-        QTest::newRow("import alone") << QStringList{"--import"} << " ; ";
         QTest::newRow("-- ends options")
             << QStringList{"--", "-a.xyz", "--import", "--help"} << "-a.xyz|--import|--help ; ";
         QTest::newRow("import, then --") << QStringList{"--import", "--", "-r.csv"} << " ; -r.csv";
@@ -583,6 +555,112 @@ private slots:
             got = QStringLiteral("error ") + args.last();
         }
         QCOMPARE(got, outcome);
+    }
+
+    // The import window driven as a user would, over the sample files of other
+    // programs: the layout it finds, the user's corrections, and "Ok" adding the
+    // points as "Ouvrir" does.
+    void importWindow_data() {
+        const QString codigo =
+            QStringLiteral("P1|350123.456|4650123.789|512.3 & P2|350130.001|4650130.002|513.04");
+        Rows<Import> row;
+        // A role given to a column leaves the column that had it.
+        row("user swaps X and Y",
+            {"header-codigo.csv", "Role1 Y / Role2 X / Ok", false, "2 0", "",
+             "P1|4650123.789|350123.456|512.3 & P2|4650130.002|350130.001|513.04"});
+        row("user skips a data line", {"header-codigo.csv", "Spin1 2 / Ok", false, "1 0", "",
+                                       "P2|350130.001|4650130.002|513.04"});
+        row("Annuler", {"header-codigo.csv", "Annuler", false, "2 0", "", ""});
+        // Every change counts the whole file again; the rows left aside are listed.
+        row("decimal point forced on a comma file",
+            {"decimal-comma.csv", "Combo2 P", false, "0 2",
+             "Ligne 1 : X n'est pas un nombre : « 1234,567 » / "
+             "Ligne 2 : X n'est pas un nombre : « 1235,5 »",
+             "", true});
+        // The open command's question, with its answers.
+        row("listed points, Cancel keeps the window",
+            {"header-codigo.csv", "Ok C", true, "2 0", "", "A|1|2|3", true});
+        // One window after the other; an unreadable file is reported and passed
+        // over. The header's names give the roles; the code and description are
+        // left aside.
+        row("two files in turn",
+            {"header-codigo.csv point-northing-easting.csv", "Ok / Ok Y", false, "2 0", "",
+             codigo + " & 1000|3000.5|5000.125|250.25 & 1001|3010.25|5010.875|251.5"});
+        row("unreadable file",
+            {"missing.csv header-codigo.csv", "Ok", false, "2 0", "", codigo, false,
+             "Tovalin: Erreur d'exécution '53' :\n\nFichier introuvable [critical ok]"});
+    }
+    void importWindow() {
+        QFETCH(Import, c);
+        RegionalFormatScope scope(frenchFormat());
+        WindowFixture f(c.listed ? std::vector<PointRecord>{{1, 2, 3, QStringLiteral("A")}}
+                                 : std::vector<PointRecord>{});
+        f.window.show();
+        QStringList fileNames;
+        for (const QString& name : c.files.split(u' '))
+            fileNames << QStringLiteral(TOVALIN_TEST_DATA "/import/") + name;
+        if (!c.boxes.isEmpty())
+            f.boxes.answerMessage(MsgAnswer::Ok);
+        ShowImportWindows(f.window, fileNames);
+        QPointer<QDialog> window = child<QDialog>(&f.window, "frmImport");
+        QVERIFY(window);
+        QCOMPARE(window->windowTitle(), QStringLiteral("Importer un relevé"));
+
+        // What the window shows before its buttons are pressed.
+        QString count, rejected;
+        auto look = [&] {
+            count = child<QLabel>(window, "Label1")->text();
+            const auto* list = child<QListWidget>(window, "List1");
+            QStringList rows;
+            for (int i = 0; i < list->count(); ++i)
+                rows << list->item(i)->text();
+            rejected = rows.join(QStringLiteral(" / "));
+        };
+        const QStringList steps = c.steps.split(QStringLiteral(" / "));
+        for (const QString& step : steps) {
+            QVERIFY2(window, qPrintable(step));
+            const QStringList words = step.split(u' ');
+            if (words[0] == u"Ok" || words[0] == u"Annuler") {
+                look();
+                if (words.size() > 1)
+                    f.boxes.answerMessage(MsgAnswer(QStringLiteral("OYNC").indexOf(words[1])));
+                QTest::mouseClick(
+                    child<QPushButton>(window, words[0] == u"Ok" ? "Command1" : "Command2"),
+                    Qt::LeftButton);
+            } else if (auto* spin = child<QSpinBox>(window, qPrintable(words[0]))) {
+                spin->setFocus();
+                QTest::keyClick(spin, Qt::Key_A, Qt::ControlModifier);
+                QTest::keyClicks(spin, words[1]);
+                QTest::keyClick(spin, Qt::Key_Return);
+            } else {
+                // A closed combo box chooses the entry whose text starts with what is typed.
+                auto* combo = child<QComboBox>(window, qPrintable(words[0]));
+                QVERIFY2(combo, qPrintable(step));
+                QTest::keyClicks(combo, words[1]);
+            }
+            QCoreApplication::processEvents();
+            // A closed window makes way for the next file's.
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            if (!window)
+                window = child<QDialog>(&f.window, "frmImport");
+        }
+        if (window)
+            look();
+        const QStringList counted = c.count.split(u' ');
+        QCOMPARE(count, QStringLiteral("Lignes donnant un point : %1    Lignes écartées : %2")
+                            .arg(counted[0], counted[1]));
+        QCOMPARE(rejected, c.rejected);
+        QCOMPARE(!window.isNull(), c.stillOpen);
+
+        QCOMPARE(PointsAsText(f.state).join(QStringLiteral(" & ")), c.points);
+        QCOMPARE(gridColumn(f.state, 0), storedNames(f.state));
+        const bool added = !c.stillOpen && steps.last().startsWith(u"Ok");
+        QCOMPARE(f.state.CurrentFileName, added ? fileNames.last() : QString());
+        QCOMPARE(
+            shownBoxes(f.boxes).filter(QStringLiteral("Tovalin: ")).join(QStringLiteral(" / ")),
+            c.boxes);
+        QCOMPARE(f.boxes.unusedAnswers(), 0u);
+        QCOMPARE(f.boxes.unexpectedBoxes(), 0);
     }
 };
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QLocale>
 #include <QString>
 #include <QTest>
@@ -27,11 +30,27 @@ private:
     QLocale saved_;
 };
 
+// The settings file, in the run's own configuration folder.
+inline QString iniPath() {
+    return qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/Tovalin/Tovalin.ini");
+}
+
 // Path of a file in tests/data.
-QString dataFile(const QString& name);
+inline QString dataFile(const QString& name) {
+    return QStringLiteral(TOVALIN_TEST_DATA "/") + name;
+}
 
 // Writes raw bytes to a file (creating folders as needed).
-void writeBytes(const QString& path, const QByteArray& bytes);
-QByteArray readBytes(const QString& path);
+inline void writeBytes(const QString& path, const QByteArray& bytes) {
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        qFatal("cannot write %s", qPrintable(path));
+    file.write(bytes);
+}
+inline QByteArray readBytes(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
 
 } // namespace testing

@@ -23,8 +23,8 @@ for program in tovalin tovalin-cli; do
     link=$(readlink "$prefix/bin/$program")
     [ "$link" = "../lib/tovalin/$program" ] || { echo "bin/$program links to '$link'"; status=1; }
 done
-# Through the links, without a display.
-[ "$(env -u DISPLAY -u QT_QPA_PLATFORM "$prefix/bin/tovalin" --version)" = "Tovalin $2" ] ||
+# Through the links, without a display, and nothing else said.
+[ "$(env -u DISPLAY -u QT_QPA_PLATFORM "$prefix/bin/tovalin" --version 2>&1)" = "Tovalin $2" ] ||
     { echo "bin/tovalin --version"; status=1; }
 [ "$("$prefix/bin/tovalin-cli" --version)" = "tovalin-cli (Tovalin) $2" ] ||
     { echo "bin/tovalin-cli --version"; status=1; }
@@ -49,8 +49,11 @@ for program in tovalin tovalin-cli; do
         [ "$page" = "$expected" ] || { echo "man -L $language -w $program: $page"; status=1; }
         lint=$(mandoc -T lint -W warning "$expected" 2>&1) || { echo "$lint"; status=1; }
     done
-    # The page documents every option of the program's own help.
-    for option in $(env -u DISPLAY "$prefix/bin/$program" --help | grep -oE -- '--[a-z]+' | sort -u); do
+    # The page documents every option of the program's own help, which is
+    # given without a display.
+    options=$(env -u DISPLAY -u QT_QPA_PLATFORM "$prefix/bin/$program" --help | grep -oE -- '--[a-z]+' | sort -u)
+    grep -qx -- --version <<<"$options" || { echo "$program --help: no help"; status=1; }
+    for option in $options; do
         for page in "$prefix/share/man/man1/$program.1.gz" "$prefix/share/man/fr/man1/$program.1.gz"; do
             zcat "$page" | grep -qF -- "\\-\\-${option#--}" ||
                 { echo "$page does not document $option"; status=1; }

@@ -44,8 +44,6 @@ listing() { (cd "$1" && find . ! -type d | sort); }
 apart=$(comm -3 <(listing "$work/tree") <(listing "$root"))
 [ "$apart" = ./usr/share/doc/tovalin/LICENSE ] || { echo "package and install tree differ:"; echo "$apart"; status=1; }
 for program in tovalin tovalin-cli; do
-    [ "$(readlink "$root/usr/bin/$program")" = "../lib/tovalin/$program" ] ||
-        { echo "/usr/bin/$program is not a link to the program"; status=1; }
     # Stripped as Debian's packages are: no symbol table, no debugging
     # sections, no compiler comment.
     if readelf -S -W "$root/usr/lib/tovalin/$program" | grep -qE '\.symtab|\.debug_|\.comment'; then

@@ -7,22 +7,15 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QSettings>
 #include <QTest>
-#include <functional>
-#include <unistd.h>
 
 using namespace platform;
-using testing::Rows;
+using namespace testing;
 
 namespace {
 
 const QString kParametre = QStringLiteral("Paramètre");
-
-QString iniPath() {
-    return qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/Tovalin/Tovalin.ini");
-}
 
 // What QSettings itself reads for a key, lists joined back.
 QString readByQSettings(const QString& key, const QString& defaultValue = QString()) {
@@ -53,7 +46,6 @@ private slots:
         Rows<HandWritten> row;
         const QByteArray sep = "[Param\xc3\xa8tre]\nSeparateur_Lec=";
         row("raw UTF-8 section, semicolon", {sep + ";\n", kParametre, "Separateur_Lec", ";"});
-        row("unquoted comma", {sep + ",\n", kParametre, "Separateur_Lec", ","});
         row("escaped section, quoted comma",
             {"[Param%E8tre]\nSeparateur_Lec=\",\"\n", kParametre, "Separateur_Lec", ","});
         row("wide escaped section",
@@ -62,7 +54,6 @@ private slots:
         row("escaped tab", {sep + "\\t\n", kParametre, "Separateur_Lec", "\t"});
         row("CR LF, blanks around", {"[App]\r\n  NbDec  =  0.000 \r\n", "App", "NbDec", "0.000"});
         row("commas and blanks kept", {"[Divers]\nListe=a, b ;c\n", "Divers", "Liste", "a, b ;c"});
-        row("UTF-8 value", {"[Divers]\nNom=caf\xc3\xa9 \xe2\x82\xac\n", "Divers", "Nom", "café €"});
         row("comment lines", {"; note\n[App]\n;K=1\nK=2\n", "App", "K", "2"});
         row("later line wins", {"[App]\nK=1\n[Divers]\nK=9\n[App]\nK=3\n", "App", "K", "3"});
         row("empty value is not the default", {"[App]\nK=\n", "App", "K", ""});
@@ -74,7 +65,7 @@ private slots:
     // a fresh store and for QSettings itself.
     void handWrittenFile() {
         QFETCH(HandWritten, c);
-        testing::writeBytes(iniPath(), c.content);
+        writeBytes(iniPath(), c.content);
         const QString none = QStringLiteral("<default>");
         QCOMPARE(IniSettingsStore().value(c.section, c.key, none), c.expected);
         IniSettingsStore().setValue(QStringLiteral("Divers"), QStringLiteral("Autre"),
@@ -86,9 +77,7 @@ private slots:
     void valuesRoundTrip_data() {
         QTest::addColumn<QString>("value");
         QTest::newRow("comma") << ",";
-        QTest::newRow("blank") << " ";
         QTest::newRow("tab") << "\t";
-        QTest::newRow("semicolon") << ";";
         QTest::newRow("empty") << "";
         QTest::newRow("quotes and backslashes") << R"("q" C:\dir\n \\)";
         QTest::newRow("leading at") << "@Invalid()";
@@ -117,59 +106,32 @@ private slots:
         QCOMPARE(readByQSettings(kParametre + u'/' + key), value);
     }
 
-    // Settings that cannot be written: said once per run, naming the file. The
-    // file and the folder are made immutable as well as read-only, since the
-    // tests may run as root, whom permissions do not stop.
+    // Settings that cannot be written (their folder is a file): said once
+    // per run, naming the file.
     void writeFailures_data() {
-        QTest::addColumn<QString>("failure");
-        QTest::addColumn<int>("boxes");
-        QTest::newRow("writable") << "" << 0;
-        QTest::newRow("read-only file") << "file" << 1;
-        QTest::newRow("read-only folder") << "folder" << 1;
-        QTest::newRow("folder is a file") << "not a folder" << 1;
+        QTest::addColumn<bool>("writable");
+        QTest::newRow("writable") << true;
+        QTest::newRow("folder is a file") << false;
     }
 
     void writeFailures() {
-        QFETCH(QString, failure);
-        QFETCH(int, boxes);
+        QFETCH(bool, writable);
         const QString folder = QFileInfo(iniPath()).path();
-        QDir().mkpath(folder);
-        testing::writeBytes(iniPath(), "[App]\nNbDec=0.000\n");
-        const auto protect = [](const QString& path, bool on) {
-            QFile::setPermissions(path,
-                                  on ? QFile::ReadOwner | QFile::ExeOwner
-                                     : QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-            return QProcess::execute(QStringLiteral("chattr"),
-                                     {on ? QStringLiteral("+i") : QStringLiteral("-i"), path}) == 0;
-        };
-        const QString target = failure == u"file" ? iniPath() : folder;
-        struct Restore {
-            std::function<void()> undo;
-            ~Restore() { undo(); }
-        } restore{[&] {
-            if (failure == u"file" || failure == u"folder")
-                protect(target, false);
-            if (failure == u"not a folder") {
-                QFile::remove(folder);
-                QDir().mkpath(folder);
-            }
-        }};
-        if ((failure == u"file" || failure == u"folder") && !protect(target, true) &&
-            geteuid() == 0)
-            QSKIP("chattr cannot protect the settings from root here");
-        if (failure == u"not a folder") {
-            QDir(folder).removeRecursively();
-            testing::writeBytes(folder, "");
-        }
+        QDir(folder).removeRecursively();
+        if (!writable)
+            writeBytes(folder, "");
         ScriptedDialogs messages;
         messages.setThrowOnUnexpected(false);
         IniSettingsStore store;
         store.reportWriteFailuresTo(messages);
         store.setValue(QStringLiteral("App"), QStringLiteral("NbDec"), QStringLiteral("0.0"));
         store.setValue(QStringLiteral("App"), QStringLiteral("SepSys"), QStringLiteral("1"));
-        QCOMPARE(int(messages.boxes().size()), boxes);
-        if (boxes == 0) {
-            QCOMPARE(readByQSettings(QStringLiteral("App/NbDec")), QStringLiteral("0.0"));
+        const QString written = readByQSettings(QStringLiteral("App/NbDec"));
+        QFile::remove(folder);
+        QDir().mkpath(folder);
+        QCOMPARE(int(messages.boxes().size()), writable ? 0 : 1);
+        if (writable) {
+            QCOMPARE(written, QStringLiteral("0.0"));
             return;
         }
         QCOMPARE(messages.boxes().front().prompt,
