@@ -10,7 +10,6 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFileDialog>
-#include <QFileSystemModel>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
@@ -42,17 +41,8 @@ struct Box {
     QString answer; // the button chosen, or the input box's text
 };
 
-// A file of that many bytes listed under that regional format: its size and
-// date as shown.
-struct Details {
-    QLocale regional;
-    qint64 bytes;
-    QString size, date;
-};
-
 } // namespace
 Q_DECLARE_METATYPE(Box)
-Q_DECLARE_METATYPE(Details)
 
 // The real message, input and file boxes, as a user sees them: each read
 // from the open box, which is then answered as a user would.
@@ -136,63 +126,6 @@ private slots:
                                     : QStringLiteral("Annuler Non Oui"));
         QVERIFY2(!*leftOpen, "the key left the box open");
         QCOMPARE(got, c.answer);
-    }
-
-    void fileTypes_data() {
-        testing::Rows<std::pair<QString, QString>> row; // Qt's type, the type shown
-        row("folder", {"Folder", "Dossier"});
-        row("drive", {"Drive", "Lecteur"});
-        row("link", {"Shortcut", "Raccourci"});
-        row("file", {"File", "Fichier"});
-        row("by suffix", {"xyz File", "Fichier xyz"});
-        row("MIME comment", {"document brut", "document brut"});
-        row("File inside a word", {"Profile", "Profile"});
-    }
-    void fileTypes() {
-        using Type = std::pair<QString, QString>;
-        QFETCH(Type, c);
-        QCOMPARE(FrenchFileType(c.first), c.second);
-    }
-
-    void details_data() {
-        testing::Rows<Details> row;
-        const QLocale french(QLocale::French, QLocale::France);
-        row("French, bytes", {french, 235, "235 octets", "05/03/2026 14:07"});
-        row("French, kibibytes", {french, 1400, "1,37 Kio", "05/03/2026 14:07"});
-        row("English, kibibytes", {QLocale(QLocale::English), 1400, "1.37 KiB", "3/5/26"});
-    }
-
-    // The list of a real folder through Qt's file model, read back as the file
-    // dialog's view reads it: sizes, dates and types in French under the
-    // regional format.
-    void details() {
-        QFETCH(Details, c);
-        QLocale::setDefault(c.regional);
-        QTemporaryDir folder;
-        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("levés")));
-        QFile file(folder.filePath(QStringLiteral("points.xyz")));
-        testing::writeBytes(file.fileName(), QByteArray(c.bytes, 'x'));
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(file.setFileTime(QDateTime(QDate(2026, 3, 5), QTime(14, 7)),
-                                 QFileDevice::FileModificationTime));
-        file.close();
-
-        QFileSystemModel files;
-        FileDetailsModel details;
-        details.setSourceModel(&files);
-        const QModelIndex root = details.mapFromSource(files.setRootPath(folder.path()));
-        auto text = [&](const QString& name, int column) {
-            for (int r = 0; r < details.rowCount(root); ++r) {
-                if (details.index(r, 0, root).data().toString() == name)
-                    return details.index(r, column, root).data().toString();
-            }
-            return QStringLiteral("?");
-        };
-        QTRY_COMPARE(text(QStringLiteral("points.xyz"), 1), c.size);
-        const QString date = text(QStringLiteral("points.xyz"), 3);
-        QVERIFY2(date.startsWith(c.date), qPrintable(date));
-        QCOMPARE(text(QStringLiteral("levés"), 1) + u'|' + text(QStringLiteral("levés"), 2),
-                 QStringLiteral("|Dossier"));
     }
 
     // The open dialog as the program shows it: Qt's widget dialog in French,

@@ -5,7 +5,6 @@
 
 #include "platform/TextFile.h"
 
-#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -147,23 +146,6 @@ private slots:
 
     // A block filled up while writing fails there, not at the end; pending
     // output that cannot be written must not escape the destructor.
-    void diskFullIsError61() {
-        if (!QFileInfo::exists(QStringLiteral("/dev/full")))
-            QSKIP("no /dev/full here");
-        {
-            LineWriter writer(QStringLiteral("/dev/full"));
-            const QString line(1000, QLatin1Char('x'));
-            QCOMPARE(errorOf([&] {
-                         for (int i = 0; i < 2000; ++i)
-                             writer.writeLine(line);
-                     }),
-                     61);
-        }
-        auto* writer = new LineWriter(QStringLiteral("/dev/full"));
-        writer->writeLine(u"pending");
-        delete writer;
-    }
-
     void openErrors_data() {
         Rows<OpenError> row;
         row("read: missing file", {"missing.txt", false, 53});
