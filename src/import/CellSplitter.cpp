@@ -40,33 +40,28 @@ void CellSplitter::split(QByteArrayView line, char separator) {
             qsizetype k = close ? static_cast<const char*>(close) - text : n;
             if (k + 1 >= n || text[k + 1] != '"') {
                 cells_.emplace_back(text + i + 1, k - i - 1);
-                next = k < n ? k + 1 : n;
-                while (next < n && !(blanks ? isBlank(text[next]) : text[next] == separator))
-                    ++next;
-                if (next >= n)
-                    return;
-                i = next + 1;
-                continue;
-            }
-            // Room for every quoted cell of the line at once: the views into
-            // it must not move.
-            if (unquoted_.capacity() < std::size_t(n))
-                unquoted_.reserve(std::size_t(n));
-            const std::size_t from = unquoted_.size();
-            k = i + 1;
-            while (k < n) {
-                if (text[k] == '"') {
-                    if (k + 1 < n && text[k + 1] == '"') {
-                        unquoted_.push_back('"');
-                        k += 2;
-                        continue;
+                k = k < n ? k + 1 : n;
+            } else {
+                // Room for every quoted cell of the line at once: the views
+                // into it must not move.
+                if (unquoted_.capacity() < std::size_t(n))
+                    unquoted_.reserve(std::size_t(n));
+                const std::size_t from = unquoted_.size();
+                k = i + 1;
+                while (k < n) {
+                    if (text[k] == '"') {
+                        if (k + 1 < n && text[k + 1] == '"') {
+                            unquoted_.push_back('"');
+                            k += 2;
+                            continue;
+                        }
+                        ++k;
+                        break;
                     }
-                    ++k;
-                    break;
+                    unquoted_.push_back(text[k++]);
                 }
-                unquoted_.push_back(text[k++]);
+                cells_.emplace_back(unquoted_.data() + from, qsizetype(unquoted_.size() - from));
             }
-            cells_.emplace_back(unquoted_.data() + from, qsizetype(unquoted_.size() - from));
             next = k;
             while (next < n && !(blanks ? isBlank(text[next]) : text[next] == separator))
                 ++next;

@@ -43,12 +43,13 @@ int numericCells(const CellSplitter& cells, char decimal) {
     return count;
 }
 
+// No column is named at such length; a cell running over most of the file
+// is not made a text for nothing.
+constexpr qsizetype kLongestName = 1024;
+
 // A column name as written by hand: quotes gone, accents and case folded,
 // a unit in brackets dropped, and only letters and digits kept.
-constexpr qsizetype kLongestName = 1024;
 QString foldedName(QByteArrayView cell) {
-    // No column is named at such length; a cell running over most of the
-    // file is not made a text for nothing.
     if (cell.size() > kLongestName)
         return QString();
     QString name = QString::fromUtf8(cell).trimmed();

@@ -696,53 +696,6 @@ private:
     bool sticky_ = false;
 };
 
-// Decimal order of magnitude of the gathered text (mantissa digits and
-// exponent), enough to tell an overflow from an underflow.
-bool textAboveOne(const char* p, const char* end) {
-    if (p != end && *p == '-')
-        ++p;
-    long long magnitude = 0;
-    bool found = false;
-    long long integerDigits = 0;
-    for (; p != end && *p >= '0' && *p <= '9'; ++p) {
-        if (found || *p != '0') {
-            found = true;
-            ++integerDigits;
-        }
-    }
-    if (found) {
-        magnitude = integerDigits - 1;
-    }
-    if (p != end && *p == '.') {
-        ++p;
-        long long zeros = 0;
-        for (; p != end && *p >= '0' && *p <= '9'; ++p) {
-            if (!found) {
-                if (*p == '0') {
-                    ++zeros;
-                } else {
-                    found = true;
-                    magnitude = -zeros - 1;
-                }
-            }
-        }
-    }
-    long long exponent = 0;
-    if (p != end && *p == 'e') {
-        ++p;
-        const bool negative = p != end && *p == '-';
-        if (negative)
-            ++p;
-        for (; p != end; ++p) {
-            if (exponent < 1000000000LL)
-                exponent = exponent * 10 + (*p - '0');
-        }
-        if (negative)
-            exponent = -exponent;
-    }
-    return magnitude + exponent > 0;
-}
-
 // The number gathered as ASCII for std::from_chars, pushed as its callers
 // spell it: an optional '-', digits with at most one '.', then optionally
 // 'e', an optional '-' and digits. The readers call this for every
@@ -759,8 +712,15 @@ public:
     template <typename Real> std::from_chars_result read(Real& value) const {
         return isLong() ? long_.read(value) : std::from_chars(local_, local_ + size_, value);
     }
+    // Whether a value out of range overflows rather than underflows: rare
+    // enough for a short text to be read again the long way.
     bool aboveOne() const {
-        return isLong() ? long_.aboveOne() : textAboveOne(local_, local_ + size_);
+        if (isLong())
+            return long_.aboveOne();
+        LongNumber number;
+        for (std::size_t i = 0; i < size_; ++i)
+            number.push(local_[i]);
+        return number.aboveOne();
     }
 
 private:
@@ -869,13 +829,18 @@ bool gatherLocaleNumber(const Text& s, qsizetype n, const NumberFormat& fmt, Asc
     return i == end;
 }
 
+template <typename Real, typename Text>
+Conversion readLocaleNumber(const Text& s, qsizetype n, Real& value, const NumberFormat& fmt) {
+    AsciiNumber gathered;
+    if (!gatherLocaleNumber(s, n, fmt, gathered))
+        return Conversion::Mismatch;
+    return convert(gathered, value);
+}
+
 template <typename Real>
 Conversion readLocaleNumber(QStringView text, Real& value,
                             const NumberFormat& fmt = NumberFormat::current()) {
-    AsciiNumber gathered;
-    if (!gatherLocaleNumber(text.utf16(), text.size(), fmt, gathered))
-        return Conversion::Mismatch;
-    return convert(gathered, value);
+    return readLocaleNumber(text.utf16(), text.size(), value, fmt);
 }
 
 // Bytes of a file, each decoded as it is looked at: a long text is never
@@ -1208,17 +1173,11 @@ bool IsPlainWholeNumber(QByteArrayView text) {
 }
 
 bool ReadLocaleNumber(QStringView text, const NumberFormat& fmt, double& value) {
-    AsciiNumber gathered;
-    if (!gatherLocaleNumber(text.utf16(), text.size(), fmt, gathered))
-        return false;
-    return convert(gathered, value) == Conversion::Ok;
+    return readLocaleNumber(text.utf16(), text.size(), value, fmt) == Conversion::Ok;
 }
 
 bool ReadLocaleNumberCp1252(QByteArrayView bytes, const NumberFormat& fmt, double& value) {
-    AsciiNumber gathered;
-    if (!gatherLocaleNumber(Cp1252Units{bytes.data()}, bytes.size(), fmt, gathered))
-        return false;
-    return convert(gathered, value) == Conversion::Ok;
+    return readLocaleNumber(Cp1252Units{bytes.data()}, bytes.size(), value, fmt) == Conversion::Ok;
 }
 
 double ValFirstCommaAsPoint(QByteArrayView bytes) {
